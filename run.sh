@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and starts Folvane.
+#   ./run.sh              the application (for now: the chat list in the terminal)
+#   ./run.sh --cli ARGS   the command-line front end
+set -euo pipefail
+cd "$(dirname "$0")"
+bash tools/install-deps.sh >&2
+bash tools/build.sh build >&2
+
+if [ "${1:-}" = "--cli" ]; then
+    shift
+    exec build/bin/folvane-cli "$@"
+fi
+exec build/bin/folvane-cli chats "$@"

@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs every test.
+#   ./test.sh                 all tests (unit, integration, gui)
+#   ./test.sh --sanitize      the same under AddressSanitizer + UndefinedBehaviorSanitizer
+#   ./test.sh -L unit         extra arguments go to ctest (here: only the unit tests)
+set -euo pipefail
+cd "$(dirname "$0")"
+
+dir=build
+options=()
+ctest_args=()
+for arg in "$@"; do
+    case "$arg" in
+        --sanitize)
+            dir=build-sanitize
+            options+=(-DFOLVANE_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
+            ;;
+        *) ctest_args+=("$arg") ;;
+    esac
+done
+
+bash tools/install-deps.sh
+bash tools/build.sh "$dir" "${options[@]}"
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+ctest --test-dir "$dir" --output-on-failure -j"$(nproc)" "${ctest_args[@]}"
