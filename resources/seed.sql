@@ -17,7 +17,7 @@ CREATE TABLE conversations (
     suggestedQuestion1 TEXT,
     suggestedQuestion2 TEXT,
     suggestedQuestion3 TEXT,
-    cost REAL,
+    cost REAL DEFAULT 0,
     createdAt TEXT NOT NULL DEFAULT CURRENT_TIMESTAMP,
     updatedAt TEXT NOT NULL DEFAULT CURRENT_TIMESTAMP
 );
@@ -102,7 +102,7 @@ END;
 -- The demo document. Its path and access data are set at every start to the
 -- copy in the user's data directory; the hash is the digest of that PDF.
 INSERT INTO bookmarks (id, filePath, data, hash, indexingStatus)
-VALUES (1, 'file:///Bitcoin%20Whitepaper.pdf', X'', '432b4b96001374b8d440d58fb0765b80', 'none');
+VALUES (1, 'file:///Bitcoin%20Whitepaper.pdf', X'', '37db35fb1801d1081987327f398f8cde', 'none');
 
 INSERT INTO conversations (id, title, bookmarkId, extraBookmarkIds, model, temperature,
                            languageCode, useWebSearch, isDemo, cost,
