@@ -1,0 +1,212 @@
+#include "chat/AppChatService.h"
+
+#include "chat/AppChatServiceError.h"
+#include "documents/DocumentIntake.h"
+#include "platform/FileUrl.h"
+#include "platform/Log.h"
+#include "store/AppPreferences.h"
+
+namespace folvane {
+
+AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences)
+    : db_(std::move(db)),
+      preferences_(preferences),
+      messageTable_(db_),
+      conversationTable_(db_),
+      bookmarkTable_(db_),
+      embeddingTable_(db_),
+      customModelHelper_(db_),
+      promptTable_(db_) {
+    log("AppChatService.init() done");
+}
+
+Conversation AppChatService::createConversation(const std::vector<std::string>& urls) {
+    if (urls.empty()) throw AppChatServiceError(AppChatServiceError::Case::initError);
+
+    const std::string title = fileStem(urls.front());
+    const double temperature = preferences_.defaultTemperature();
+    std::string model = preferences_.defaultModel();
+    const int64_t customModelId = preferences_.customModelId();
+    if (customModelId >= 1) {
+        // A model that has been deleted leaves the default model in place; the
+        // chat keeps the stale id all the same.
+        if (auto custom = customModelHelper_.find(customModelId)) model = custom->modelId;
+    }
+
+    const DocumentIntake intake(bookmarkTable_);
+    int64_t bookmarkId = 0;
+    std::vector<int64_t> extraBookmarkIds;
+    for (const auto& url : urls) {
+        const int64_t id = intake.findOrInsertBookmark(url);
+        if (url == urls.front()) {
+            bookmarkId = id;
+        } else {
+            extraBookmarkIds.push_back(id);
+        }
+    }
+
+    if (urls.size() == 1 && preferences_.continueLastConversation()) {
+        if (auto latest = conversationTable_.findLatest(bookmarkId)) return *latest;
+    }
+
+    log("Creating new convo");
+    Conversation conversation;
+    conversation.id = 0;
+    conversation.title = title;
+    conversation.bookmarkId = bookmarkId;
+    conversation.extraBookmarkIds = std::move(extraBookmarkIds);
+    conversation.model = model;
+    conversation.temperature = temperature;
+    conversation.customModelId = customModelId;
+    conversation.contextSince = referenceInstant();
+    const int64_t id = conversationTable_.insert(conversation);
+    auto stored = conversationTable_.find(id);
+    if (!stored) throw AppChatServiceError(AppChatServiceError::Case::insertionFailed);
+    return *stored;
+}
+
+void AppChatService::saveIndexItems(const std::vector<IndexItem>& items,
+                                    const std::string& embeddingModel, int64_t bookmarkId) {
+    bookmarkTable_.updateIndexingStatus(bookmarkId, "indexing");
+    const std::string name =
+        embeddingModel.empty() ? std::string(rawValue(localEmbeddingType())) : embeddingModel;
+    std::vector<Embedding> rows;
+    rows.reserve(items.size());
+    for (const auto& item : items) rows.push_back(Embedding{std::nullopt, item, bookmarkId, name});
+    embeddingTable_.insert(rows);
+    bookmarkTable_.updateIndexingStatus(bookmarkId, "indexed");
+}
+
+std::vector<IndexItemExtra> AppChatService::getIndexItems(int64_t bookmarkId) {
+    return embeddingTable_.getAll(bookmarkId);
+}
+
+void AppChatService::deleteIndexItems(int64_t bookmarkId) { embeddingTable_.remove(bookmarkId); }
+
+// Store operations: one call of a table model each.
+
+std::vector<Conversation> AppChatService::getConversations(int64_t afterId) {
+    return conversationTable_.getAll(afterId);
+}
+std::optional<Conversation> AppChatService::getConversation(int64_t id) {
+    return conversationTable_.find(id);
+}
+void AppChatService::deleteConversation(int64_t id) { conversationTable_.remove(id); }
+Conversation AppChatService::forkConversation(const Conversation& conversation,
+                                              int64_t upToMessageId) {
+    return conversationTable_.fork(conversation, upToMessageId);
+}
+void AppChatService::updateTitle(int64_t id, const std::string& title) {
+    conversationTable_.updateTitle(id, title);
+}
+void AppChatService::updateTemperature(int64_t id, double temperature) {
+    conversationTable_.updateTemperature(id, temperature);
+}
+void AppChatService::updateLanguageCode(int64_t id, const std::string& languageCode) {
+    conversationTable_.updateLanguageCode(id, languageCode);
+}
+void AppChatService::updateModel(int64_t id, const std::string& model) {
+    conversationTable_.updateModel(id, model);
+}
+void AppChatService::updateUseWebSearch(int64_t id, bool useWebSearch) {
+    conversationTable_.updateUseWebSearch(id, useWebSearch);
+}
+void AppChatService::updateCustomModelId(int64_t id, int64_t customModelId) {
+    conversationTable_.updateCustomModelId(id, customModelId);
+}
+void AppChatService::updateContextLimit(int64_t id, int contextLimit) {
+    conversationTable_.updateContextLimit(id, contextLimit);
+}
+void AppChatService::updatePresencePenalty(int64_t id, double penalty) {
+    conversationTable_.updatePresencePenalty(id, penalty);
+}
+void AppChatService::updateFrequencyPenalty(int64_t id, double penalty) {
+    conversationTable_.updateFrequencyPenalty(id, penalty);
+}
+void AppChatService::updateContextSince(int64_t id, Date date) {
+    conversationTable_.updateContextSince(id, date);
+}
+void AppChatService::updateUpdatedAt(int64_t id, Date date) {
+    conversationTable_.updateUpdatedAt(id, date);
+}
+void AppChatService::updateSuggestedQuestions(int64_t id, const std::optional<std::string>& q1,
+                                              const std::optional<std::string>& q2,
+                                              const std::optional<std::string>& q3) {
+    conversationTable_.updateSuggestedQuestions(id, q1, q2, q3);
+}
+void AppChatService::addCost(int64_t id, double amount) { conversationTable_.addCost(id, amount); }
+void AppChatService::addExtraBookmark(int64_t id, int64_t bookmarkId) {
+    conversationTable_.addExtraBookmark(id, bookmarkId);
+}
+void AppChatService::removeExtraBookmark(int64_t id, int64_t bookmarkId) {
+    conversationTable_.removeExtraBookmark(id, bookmarkId);
+}
+
+std::vector<Message> AppChatService::getMessages(int64_t conversationId, int64_t afterId) {
+    return messageTable_.getAll(conversationId, afterId);
+}
+int64_t AppChatService::insertMessage(const Message& message) {
+    return messageTable_.insert(message);
+}
+std::optional<Message> AppChatService::getMessage(int64_t id) { return messageTable_.find(id); }
+void AppChatService::deleteMessage(int64_t id) { messageTable_.remove(id); }
+void AppChatService::deleteMessagesAfter(int64_t conversationId, int64_t id) {
+    messageTable_.deleteAfter(conversationId, id);
+}
+Message AppChatService::insertMarker(int64_t conversationId, const std::string& name) {
+    return messageTable_.insertMarker(conversationId, name);
+}
+void AppChatService::deleteMarkers(int64_t conversationId, const std::string& name) {
+    messageTable_.deleteMarkers(conversationId, name);
+}
+void AppChatService::updateMessageContent(int64_t id, const std::string& content) {
+    messageTable_.updateContent(id, content);
+}
+void AppChatService::updateSpeechFile(int64_t id, const std::optional<std::string>& url) {
+    messageTable_.updateSpeechFile(id, url);
+}
+
+std::vector<Bookmark> AppChatService::getBookmarks(const std::vector<int64_t>& ids) {
+    return bookmarkTable_.getAll(ids);
+}
+std::optional<Bookmark> AppChatService::getBookmark(int64_t id) { return bookmarkTable_.find(id); }
+std::optional<Bookmark> AppChatService::findBookmark(const std::string& filePath,
+                                                     const std::string& hash) {
+    return bookmarkTable_.find(filePath, hash);
+}
+int64_t AppChatService::insertBookmark(const Bookmark& bookmark) {
+    return bookmarkTable_.insert(bookmark);
+}
+void AppChatService::updateBookmark(const Bookmark& bookmark) { bookmarkTable_.update(bookmark); }
+void AppChatService::updateIndexingStatus(int64_t id, const std::string& status) {
+    bookmarkTable_.updateIndexingStatus(id, status);
+}
+void AppChatService::updateBookmarkData(int64_t id, const std::vector<uint8_t>& data,
+                                        const std::string& hash) {
+    bookmarkTable_.updateData(id, data, hash);
+}
+
+std::vector<Prompt> AppChatService::getPrompts() { return promptTable_.getAll(); }
+std::optional<Prompt> AppChatService::getPrompt(int64_t id) { return promptTable_.find(id); }
+int64_t AppChatService::insertPrompt(const Prompt& prompt) { return promptTable_.insert(prompt); }
+void AppChatService::updatePrompt(int64_t id, const Prompt& prompt) {
+    promptTable_.update(id, prompt);
+}
+void AppChatService::deletePrompts(const std::vector<int64_t>& ids) { promptTable_.remove(ids); }
+
+std::vector<CustomModel> AppChatService::getCustomModels() { return customModelHelper_.getAll(); }
+std::optional<CustomModel> AppChatService::getCustomModel(int64_t id) {
+    return customModelHelper_.find(id);
+}
+int64_t AppChatService::insertCustomModel(const CustomModel& model) {
+    return customModelHelper_.insert(model);
+}
+void AppChatService::updateCustomModel(
+    int64_t id, const std::string& name, const std::string& apiEndpoint,
+    const std::string& modelId, int contextLength,
+    const std::optional<std::vector<CustomModelHeaderEntry>>& headers, bool useStream) {
+    customModelHelper_.update(id, name, apiEndpoint, modelId, contextLength, headers, useStream);
+}
+void AppChatService::deleteCustomModel(int64_t id) { customModelHelper_.remove(id); }
+
+}  // namespace folvane

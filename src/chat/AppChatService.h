@@ -1,0 +1,111 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "SimilaritySearchKit/EmbeddingModelType.h"
+#include "chat/ChatService.h"
+#include "store/BookmarkModel.h"
+#include "store/ConversationModel.h"
+#include "store/CustomModelHelper.h"
+#include "store/EmbeddingModel.h"
+#include "store/MessageModel.h"
+#include "store/PromptModel.h"
+#include "store/SqliteConnection.h"
+
+namespace folvane {
+
+class AppPreferences;
+
+// The chat service: a thin owner of the connection and the table models. The
+// wire clients, the token counter and the embedders are added to it by the
+// subsystems that provide them.
+class AppChatService final : public ChatService {
+public:
+    enum class EmbeddingModelState { none, indexing, loaded };
+
+    // Takes an open, migrated connection (see AppDatabase).
+    AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences);
+
+    Conversation createConversation(const std::vector<std::string>& urls) override;
+
+    void saveIndexItems(const std::vector<IndexItem>& items, const std::string& embeddingModel,
+                        int64_t bookmarkId) override;
+    std::vector<IndexItemExtra> getIndexItems(int64_t bookmarkId) override;
+    void deleteIndexItems(int64_t bookmarkId) override;
+
+    std::vector<Conversation> getConversations(int64_t afterId) override;
+    std::optional<Conversation> getConversation(int64_t id) override;
+    void deleteConversation(int64_t id) override;
+    Conversation forkConversation(const Conversation& conversation, int64_t upToMessageId) override;
+    void updateTitle(int64_t id, const std::string& title) override;
+    void updateTemperature(int64_t id, double temperature) override;
+    void updateLanguageCode(int64_t id, const std::string& languageCode) override;
+    void updateModel(int64_t id, const std::string& model) override;
+    void updateUseWebSearch(int64_t id, bool useWebSearch) override;
+    void updateCustomModelId(int64_t id, int64_t customModelId) override;
+    void updateContextLimit(int64_t id, int contextLimit) override;
+    void updatePresencePenalty(int64_t id, double penalty) override;
+    void updateFrequencyPenalty(int64_t id, double penalty) override;
+    void updateContextSince(int64_t id, Date date) override;
+    void updateUpdatedAt(int64_t id, Date date) override;
+    void updateSuggestedQuestions(int64_t id, const std::optional<std::string>& q1,
+                                  const std::optional<std::string>& q2,
+                                  const std::optional<std::string>& q3) override;
+    void addCost(int64_t id, double amount) override;
+    void addExtraBookmark(int64_t id, int64_t bookmarkId) override;
+    void removeExtraBookmark(int64_t id, int64_t bookmarkId) override;
+
+    std::vector<Message> getMessages(int64_t conversationId, int64_t afterId) override;
+    int64_t insertMessage(const Message& message) override;
+    std::optional<Message> getMessage(int64_t id) override;
+    void deleteMessage(int64_t id) override;
+    void deleteMessagesAfter(int64_t conversationId, int64_t id) override;
+    Message insertMarker(int64_t conversationId, const std::string& name) override;
+    void deleteMarkers(int64_t conversationId, const std::string& name) override;
+    void updateMessageContent(int64_t id, const std::string& content) override;
+    void updateSpeechFile(int64_t id, const std::optional<std::string>& url) override;
+
+    std::vector<Bookmark> getBookmarks(const std::vector<int64_t>& ids) override;
+    std::optional<Bookmark> getBookmark(int64_t id) override;
+    std::optional<Bookmark> findBookmark(const std::string& filePath,
+                                         const std::string& hash) override;
+    int64_t insertBookmark(const Bookmark& bookmark) override;
+    void updateBookmark(const Bookmark& bookmark) override;
+    void updateIndexingStatus(int64_t id, const std::string& status) override;
+    void updateBookmarkData(int64_t id, const std::vector<uint8_t>& data,
+                            const std::string& hash) override;
+
+    std::vector<Prompt> getPrompts() override;
+    std::optional<Prompt> getPrompt(int64_t id) override;
+    int64_t insertPrompt(const Prompt& prompt) override;
+    void updatePrompt(int64_t id, const Prompt& prompt) override;
+    void deletePrompts(const std::vector<int64_t>& ids) override;
+
+    std::vector<CustomModel> getCustomModels() override;
+    std::optional<CustomModel> getCustomModel(int64_t id) override;
+    int64_t insertCustomModel(const CustomModel& model) override;
+    void updateCustomModel(int64_t id, const std::string& name, const std::string& apiEndpoint,
+                           const std::string& modelId, int contextLength,
+                           const std::optional<std::vector<CustomModelHeaderEntry>>& headers,
+                           bool useStream) override;
+    void deleteCustomModel(int64_t id) override;
+
+    EmbeddingModelType localEmbeddingType() const { return localEmbeddingType_.load(); }
+
+private:
+    std::shared_ptr<SqliteConnection> db_;
+    AppPreferences& preferences_;
+    MessageModel messageTable_;
+    ConversationModel conversationTable_;
+    BookmarkModel bookmarkTable_;
+    EmbeddingModel embeddingTable_;
+    CustomModelHelper customModelHelper_;
+    PromptModel promptTable_;
+    std::atomic<EmbeddingModelType> localEmbeddingType_{EmbeddingModelType::distilbert};
+    std::atomic<EmbeddingModelState> embeddingLoadState_{EmbeddingModelState::none};
+};
+
+}  // namespace folvane

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "store/Bookmark.h"
+#include "store/Conversation.h"
+#include "store/CustomModel.h"
+#include "store/Embedding.h"
+#include "store/Message.h"
+#include "store/Prompt.h"
+
+namespace folvane {
+
+// The one interface between the view models and everything below them. Store
+// calls are synchronous and pass the table models' errors through unchanged.
+// The completion stream, the embedders and speech join this interface with the
+// subsystems that provide them.
+class ChatService {
+public:
+    virtual ~ChatService() = default;
+
+    // Opens a chat on one or more file URLs, or returns to the last chat on a
+    // single document when the settings say so.
+    virtual Conversation createConversation(const std::vector<std::string>& urls) = 0;
+
+    // Vectors of a document.
+    virtual void saveIndexItems(const std::vector<IndexItem>& items,
+                                const std::string& embeddingModel, int64_t bookmarkId) = 0;
+    virtual std::vector<IndexItemExtra> getIndexItems(int64_t bookmarkId) = 0;
+    virtual void deleteIndexItems(int64_t bookmarkId) = 0;
+
+    // Conversations.
+    virtual std::vector<Conversation> getConversations(int64_t afterId) = 0;
+    virtual std::optional<Conversation> getConversation(int64_t id) = 0;
+    virtual void deleteConversation(int64_t id) = 0;
+    virtual Conversation forkConversation(const Conversation& conversation,
+                                          int64_t upToMessageId) = 0;
+    virtual void updateTitle(int64_t id, const std::string& title) = 0;
+    virtual void updateTemperature(int64_t id, double temperature) = 0;
+    virtual void updateLanguageCode(int64_t id, const std::string& languageCode) = 0;
+    virtual void updateModel(int64_t id, const std::string& model) = 0;
+    virtual void updateUseWebSearch(int64_t id, bool useWebSearch) = 0;
+    virtual void updateCustomModelId(int64_t id, int64_t customModelId) = 0;
+    virtual void updateContextLimit(int64_t id, int contextLimit) = 0;
+    virtual void updatePresencePenalty(int64_t id, double penalty) = 0;
+    virtual void updateFrequencyPenalty(int64_t id, double penalty) = 0;
+    virtual void updateContextSince(int64_t id, Date date) = 0;
+    virtual void updateUpdatedAt(int64_t id, Date date) = 0;
+    virtual void updateSuggestedQuestions(int64_t id, const std::optional<std::string>& q1,
+                                          const std::optional<std::string>& q2,
+                                          const std::optional<std::string>& q3) = 0;
+    virtual void addCost(int64_t id, double amount) = 0;
+    virtual void addExtraBookmark(int64_t id, int64_t bookmarkId) = 0;
+    virtual void removeExtraBookmark(int64_t id, int64_t bookmarkId) = 0;
+
+    // Messages.
+    virtual std::vector<Message> getMessages(int64_t conversationId, int64_t afterId) = 0;
+    virtual int64_t insertMessage(const Message& message) = 0;
+    virtual std::optional<Message> getMessage(int64_t id) = 0;
+    virtual void deleteMessage(int64_t id) = 0;
+    virtual void deleteMessagesAfter(int64_t conversationId, int64_t id) = 0;
+    virtual Message insertMarker(int64_t conversationId, const std::string& name) = 0;
+    virtual void deleteMarkers(int64_t conversationId, const std::string& name) = 0;
+    virtual void updateMessageContent(int64_t id, const std::string& content) = 0;
+    virtual void updateSpeechFile(int64_t id, const std::optional<std::string>& url) = 0;
+
+    // Documents.
+    virtual std::vector<Bookmark> getBookmarks(const std::vector<int64_t>& ids) = 0;
+    virtual std::optional<Bookmark> getBookmark(int64_t id) = 0;
+    virtual std::optional<Bookmark> findBookmark(const std::string& filePath,
+                                                 const std::string& hash) = 0;
+    virtual int64_t insertBookmark(const Bookmark& bookmark) = 0;
+    virtual void updateBookmark(const Bookmark& bookmark) = 0;
+    virtual void updateIndexingStatus(int64_t id, const std::string& status) = 0;
+    virtual void updateBookmarkData(int64_t id, const std::vector<uint8_t>& data,
+                                    const std::string& hash) = 0;
+
+    // The prompt library.
+    virtual std::vector<Prompt> getPrompts() = 0;
+    virtual std::optional<Prompt> getPrompt(int64_t id) = 0;
+    virtual int64_t insertPrompt(const Prompt& prompt) = 0;
+    virtual void updatePrompt(int64_t id, const Prompt& prompt) = 0;
+    virtual void deletePrompts(const std::vector<int64_t>& ids) = 0;
+
+    // Custom model endpoints.
+    virtual std::vector<CustomModel> getCustomModels() = 0;
+    virtual std::optional<CustomModel> getCustomModel(int64_t id) = 0;
+    virtual int64_t insertCustomModel(const CustomModel& model) = 0;
+    virtual void updateCustomModel(int64_t id, const std::string& name,
+                                   const std::string& apiEndpoint, const std::string& modelId,
+                                   int contextLength,
+                                   const std::optional<std::vector<CustomModelHeaderEntry>>& headers,
+                                   bool useStream) = 0;
+    virtual void deleteCustomModel(int64_t id) = 0;
+};
+
+}  // namespace folvane
