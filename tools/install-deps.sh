@@ -8,7 +8,8 @@ packages=(
     build-essential cmake ninja-build pkg-config clang-format
     # core libraries
     libsqlite3-dev sqlite3 nlohmann-json3-dev libssl-dev libsecret-1-dev libglib2.0-dev
-    libmupdf-dev
+    libmupdf-dev libmujs-dev libgumbo-dev libopenjp2-7-dev libjbig2dec0-dev libjpeg-dev
+    libfreetype-dev libharfbuzz-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev libbenchmark-dev
     # a real Secret Service for the integration tests
