@@ -1,8 +1,10 @@
 #include "platform/LibsecretSecretStore.h"
 
 #include <libsecret/secret.h>
+#include <sys/stat.h>
 
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <string_view>
 #include <thread>
@@ -90,23 +92,35 @@ bool callReturnsTrue(GDBusConnection* bus, const char* method, GVariant* paramet
     return result;
 }
 
+// The session bus's address as GLib would find it, short of launching a bus:
+// the environment's, else the socket in the runtime directory.
+std::optional<std::string> sessionBusAddress() {
+    if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address && *address) {
+        return address;
+    }
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (!runtime || !*runtime) return std::nullopt;
+    const std::string socketPath = std::string(runtime) + "/bus";
+    struct stat status {};
+    if (::stat(socketPath.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return std::nullopt;
+    gchar* escaped = g_dbus_address_escape_value(socketPath.c_str());
+    std::string address = std::string("unix:path=") + escaped;
+    g_free(escaped);
+    return address;
+}
+
 }  // namespace
 
 LibsecretSecretStore::LibsecretSecretStore(std::string prefix) : prefix_(std::move(prefix)) {}
 
 bool LibsecretSecretStore::isServiceReachable(std::chrono::milliseconds timeout) {
-    GError* error = nullptr;
-    gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error);
-    if (!address) {
-        log("No session bus: " + takeMessage(error));
-        return false;
-    }
-    const std::string_view addressText(address);
-    if (addressText.empty() || addressText.starts_with("autolaunch:")) {
-        g_free(address);
+    const auto addressText = sessionBusAddress();
+    if (!addressText) {
         log("No session bus is running");
         return false;
     }
+    const char* address = addressText->c_str();
+    GError* error = nullptr;
 
     // A private connection: it follows the current environment and is closed
     // here, whatever libsecret's own shared connection does.
@@ -133,7 +147,6 @@ bool LibsecretSecretStore::isServiceReachable(std::chrono::milliseconds timeout)
         }
     }
     g_object_unref(cancellable);
-    g_free(address);
     return reachable;
 }
 

@@ -14,8 +14,9 @@ class LibsecretSecretStore : public SecretStore {
     explicit LibsecretSecretStore(std::string prefix);
 
     // Whether the session bus answers and a Secret Service runs on it or can be
-    // started there, decided within the timeout. No bus is ever launched, so a
-    // process with no session bus is told "no" at once.
+    // started there, decided within the timeout. The bus is the one named by
+    // DBUS_SESSION_BUS_ADDRESS, else $XDG_RUNTIME_DIR/bus; none is ever launched,
+    // so a process with no session bus is told "no" at once.
     static bool isServiceReachable(std::chrono::milliseconds timeout = std::chrono::seconds(2));
 
     std::optional<std::string> read(const std::string& name) override;
