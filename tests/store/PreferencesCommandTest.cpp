@@ -1,0 +1,95 @@
+// folvane-cli settings, run as a program against a fresh settings folder with
+// no Secret Service on the bus.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/CliRunner.h"
+#include "support/TempDir.h"
+
+namespace folvane {
+namespace {
+
+using json = nlohmann::json;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class PreferencesCommandTest : public ::testing::Test {
+  protected:
+    test::TempDir home;
+    std::string settingsFile = home / "config/co.tessavel.Folvane/settings.json";
+
+    test::CliResult settings(const std::vector<std::string>& args) {
+        std::vector<std::string> all{"settings"};
+        all.insert(all.end(), args.begin(), args.end());
+        return test::runCli(all, {{"HOME", home.path().string()},
+                                  {"XDG_CONFIG_HOME", home / "config"},
+                                  {"XDG_DATA_HOME", home / "data"},
+                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
+    }
+};
+
+TEST_F(PreferencesCommandTest, ListShowsEverySettingOnceAsJson) {
+    const auto result = settings({"list"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("useMarkdown = true\n"));
+    EXPECT_THAT(result.out, HasSubstr("defaultModel = \"gpt-3.5-turbo\"\n"));
+    EXPECT_THAT(result.out, HasSubstr("fontName = null\n"));
+    EXPECT_THAT(result.out, HasSubstr("codeColorSchemeDark = \"github-dark\"\n"));
+    EXPECT_THAT(result.out, HasSubstr("openAICustomHost = \"\"\n"));
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 53);
+}
+
+TEST_F(PreferencesCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
+    const std::vector<std::vector<std::string>> changes = {
+        {"pageCountThreshold", "120", "120"},
+        {"defaultTemperature", "0.7", "0.7"},
+        {"useLaTeX", "true", "true"},
+        {"customModelId", "9007199254740993", "9007199254740993"},
+        {"colorScheme", "dark", "dark"},
+        {"codeColorSchemeLight", "a11y-light", "a11y-light"},
+        {"userInstruction", "Answer in French.", "Answer in French."},
+        {"fontName", "DejaVu Sans", "DejaVu Sans"},
+        {"fontName", "", ""},
+        {"ollamaModels", R"([{"name":"llama3"}])", R"([{"name":"llama3"}])"},
+    };
+    for (const auto& change : changes) {
+        SCOPED_TRACE(change[0] + " " + change[1]);
+        const auto set = settings({"set", change[0], change[1]});
+        ASSERT_EQ(set.exitCode, 0) << set.err;
+        EXPECT_EQ(settings({"get", change[0]}).out, change[2] + "\n");
+    }
+    const auto onDisk = json::parse(test::readFile(settingsFile));
+    EXPECT_EQ(onDisk["customModelId"], 9007199254740993);
+    EXPECT_EQ(onDisk["useLaTeX"], true);
+    EXPECT_FALSE(onDisk.contains("fontName"));
+}
+
+TEST_F(PreferencesCommandTest, BadKeysAndValuesAreUsageErrorsThatChangeNothing) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"get", "foo"}, "Unknown setting: foo"},
+        {{"set", "openAIKey", "x"}, "key set"},
+        {{"set", "pageCountThreshold", "many"},
+         "Invalid value for pageCountThreshold: expected an integer"},
+        {{"set", "pageCountThreshold", "12x"}, "expected an integer"},
+        {{"set", "pageCountThreshold", "99999999999"}, "expected an integer from"},
+        {{"set", "defaultTemperature", "warm"}, "expected a number"},
+        {{"set", "useMarkdown", "yes"}, "expected true or false"},
+        {{"set", "fontLeading", "Loose"}, "expected one of tight, standard, loose"},
+        {{"set", "mistralModels", "{}"}, "expected a JSON array"},
+        {{"set", "useMarkdown"}, "Usage"},
+        {{"frobnicate"}, "Unknown settings action"},
+        {{}, "Usage"},
+    };
+    for (const auto& [args, message] : cases) {
+        const auto result = settings(args);
+        EXPECT_EQ(result.exitCode, 2) << message;
+        EXPECT_THAT(result.err, HasSubstr(message));
+    }
+    EXPECT_THAT(settings({"get", "pageCountThreshold"}).out, StartsWith("300\n"));
+}
+
+}  // namespace
+}  // namespace folvane
