@@ -4,7 +4,9 @@
 #include "documents/DocumentIntake.h"
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
+#include "store/AppDatabase.h"
 #include "store/AppPreferences.h"
+#include "store/FatalError.h"
 
 namespace folvane {
 
@@ -18,6 +20,21 @@ AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferen
       customModelHelper_(db_),
       promptTable_(db_) {
     log("AppChatService.init() done");
+}
+
+std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
+                                                      AppPreferences& preferences,
+                                                      const PdfPageCounter& pageCounter) {
+    std::shared_ptr<SqliteConnection> db;
+    try {
+        db = AppDatabase(paths, preferences, pageCounter).connect();
+    } catch (const FatalError&) {
+        throw;
+    } catch (const std::exception& error) {
+        log(error.what());
+        throw FatalError("Failed to connect to db.sqlite3");
+    }
+    return std::make_unique<AppChatService>(std::move(db), preferences);
 }
 
 Conversation AppChatService::createConversation(const std::vector<std::string>& urls) {

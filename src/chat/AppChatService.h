@@ -18,6 +18,8 @@
 namespace folvane {
 
 class AppPreferences;
+struct AppPaths;
+class PdfPageCounter;
 
 // The chat service: a thin owner of the connection and the table models. The
 // wire clients, the token counter and the embedders are added to it by the
@@ -26,7 +28,14 @@ class AppChatService final : public ChatService {
 public:
     enum class EmbeddingModelState { none, indexing, loaded };
 
-    // Takes an open, migrated connection (see AppDatabase).
+    // The start of the service: opens the database through AppDatabase. A
+    // store the program cannot run without throws FatalError with the message
+    // the user is shown.
+    static std::unique_ptr<AppChatService> start(const AppPaths& paths,
+                                                 AppPreferences& preferences,
+                                                 const PdfPageCounter& pageCounter);
+
+    // Takes an open, migrated connection.
     AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences);
 
     Conversation createConversation(const std::vector<std::string>& urls) override;

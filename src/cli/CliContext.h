@@ -12,6 +12,7 @@ namespace folvane {
 
 class AppPreferences;
 class AppChatService;
+class PdfPageCounter;
 
 // Bad arguments on the command line; what() is the message for the user.
 class UsageError : public std::runtime_error {
@@ -39,6 +40,7 @@ private:
     std::ostream& out_;
     std::ostream& err_;
     std::unique_ptr<AppPreferences> preferences_;
+    std::unique_ptr<PdfPageCounter> pageCounter_;
     std::unique_ptr<AppChatService> service_;
 };
 

@@ -1,1 +1,89 @@
-int main() { return 0; }
+// folvane-cli: the command-line front end over the same core as the window.
+
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <string>
+
+#include "cli/CliContext.h"
+#include "platform/Log.h"
+
+namespace {
+
+constexpr const char* usage = R"(Usage: folvane-cli [--data-dir DIR] [--verbose] COMMAND [ARGS...]
+
+Commands:
+  chats [--json]                  list the chats, newest first
+  open FILE.pdf...                open documents in a chat and print its id
+  messages CHAT_ID [--json]       print a chat's messages
+  settings list                   print every setting with its value
+  settings get KEY                print one setting
+  settings set KEY VALUE          change one setting
+  key set                         store the OpenAI API key, read from standard input
+  key clear                       remove the stored key
+  key status                      tell whether a key is stored, and where
+  help                            show this text
+
+Options:
+  --data-dir DIR   keep the database in DIR instead of the user's data directory
+  --verbose        write the log to standard error
+)";
+
+using Command = int (*)(folvane::CliContext&, const folvane::CliArguments&);
+
+const std::map<std::string, Command> commands{
+    {"chats", folvane::runChatsCommand},       {"open", folvane::runOpenCommand},
+    {"messages", folvane::runMessagesCommand}, {"settings", folvane::runSettingsCommand},
+    {"key", folvane::runKeyCommand},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    folvane::AppPaths paths = folvane::AppPaths::standard();
+    bool verbose = false;
+    int index = 1;
+    for (; index < argc; ++index) {
+        const std::string arg = argv[index];
+        if (arg == "--data-dir") {
+            if (index + 1 >= argc) {
+                std::cerr << "--data-dir needs a directory\n";
+                return 2;
+            }
+            paths.dataDirectory = argv[++index];
+        } else if (arg == "--verbose") {
+            verbose = true;
+        } else if (arg == "help" || arg == "--help" || arg == "-h") {
+            std::cout << usage;
+            return 0;
+        } else {
+            break;
+        }
+    }
+    // Standard output carries results; the log goes to standard error when asked for.
+    folvane::setLogSink([verbose](std::string_view line) {
+        if (verbose) std::cerr << line << '\n';
+    });
+
+    if (index >= argc) {
+        std::cerr << usage;
+        return 2;
+    }
+    const std::string name = argv[index];
+    const auto command = commands.find(name);
+    if (command == commands.end()) {
+        std::cerr << "Unknown command: " << name << "\nRun 'folvane-cli help' for the commands.\n";
+        return 2;
+    }
+    const folvane::CliArguments args(argv + index + 1, argv + argc);
+    folvane::CliContext context(paths, std::cout, std::cerr);
+    try {
+        return command->second(context, args);
+    } catch (const folvane::UsageError& error) {
+        std::cerr << error.what() << "\nRun 'folvane-cli help' for the commands.\n";
+        return 2;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+}
