@@ -52,7 +52,8 @@ void BM_RawRowText(benchmark::State& state) {
     auto& db = *fixture().db;
     for (auto _ : state) {
         size_t bytes = 0;
-        auto query = db.prepare("SELECT indexItem FROM embeddings WHERE bookmarkId = 1 ORDER BY id");
+        auto query =
+            db.prepare("SELECT indexItem FROM embeddings WHERE bookmarkId = 1 ORDER BY id");
         while (query.step()) bytes += query.text(0).size();
         benchmark::DoNotOptimize(bytes);
     }
@@ -67,7 +68,7 @@ BENCHMARK(BM_EmbeddingModelGetAll)->Unit(benchmark::kMillisecond);
 
 // Keeps each run's time so that the ratio can be printed at the end.
 class RatioReporter : public benchmark::ConsoleReporter {
-public:
+  public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const auto& run : runs) times[run.benchmark_name()] = run.GetAdjustedRealTime();
         ConsoleReporter::ReportRuns(runs);
@@ -84,8 +85,9 @@ int main(int argc, char** argv) {
     const auto raw = reporter.times.find("BM_RawRowText");
     const auto model = reporter.times.find("BM_EmbeddingModelGetAll");
     if (raw != reporter.times.end() && model != reporter.times.end()) {
-        std::printf("\nreading %d vectors of %d floats: table model takes %.2fx the bare row read\n",
-                    chunks, dimension, model->second / raw->second);
+        std::printf(
+            "\nreading %d vectors of %d floats: table model takes %.2fx the bare row read\n",
+            chunks, dimension, model->second / raw->second);
     }
     benchmark::Shutdown();
     return 0;

@@ -98,7 +98,9 @@ std::vector<IndexItemExtra> AppChatService::getIndexItems(int64_t bookmarkId) {
     return embeddingTable_.getAll(bookmarkId);
 }
 
-void AppChatService::deleteIndexItems(int64_t bookmarkId) { embeddingTable_.remove(bookmarkId); }
+void AppChatService::deleteIndexItems(int64_t bookmarkId) {
+    embeddingTable_.remove(bookmarkId);
+}
 
 // Store operations: one call of a table model each.
 
@@ -108,7 +110,9 @@ std::vector<Conversation> AppChatService::getConversations(int64_t afterId) {
 std::optional<Conversation> AppChatService::getConversation(int64_t id) {
     return conversationTable_.find(id);
 }
-void AppChatService::deleteConversation(int64_t id) { conversationTable_.remove(id); }
+void AppChatService::deleteConversation(int64_t id) {
+    conversationTable_.remove(id);
+}
 Conversation AppChatService::forkConversation(const Conversation& conversation,
                                               int64_t upToMessageId) {
     return conversationTable_.fork(conversation, upToMessageId);
@@ -151,7 +155,9 @@ void AppChatService::updateSuggestedQuestions(int64_t id, const std::optional<st
                                               const std::optional<std::string>& q3) {
     conversationTable_.updateSuggestedQuestions(id, q1, q2, q3);
 }
-void AppChatService::addCost(int64_t id, double amount) { conversationTable_.addCost(id, amount); }
+void AppChatService::addCost(int64_t id, double amount) {
+    conversationTable_.addCost(id, amount);
+}
 void AppChatService::addExtraBookmark(int64_t id, int64_t bookmarkId) {
     conversationTable_.addExtraBookmark(id, bookmarkId);
 }
@@ -165,8 +171,12 @@ std::vector<Message> AppChatService::getMessages(int64_t conversationId, int64_t
 int64_t AppChatService::insertMessage(const Message& message) {
     return messageTable_.insert(message);
 }
-std::optional<Message> AppChatService::getMessage(int64_t id) { return messageTable_.find(id); }
-void AppChatService::deleteMessage(int64_t id) { messageTable_.remove(id); }
+std::optional<Message> AppChatService::getMessage(int64_t id) {
+    return messageTable_.find(id);
+}
+void AppChatService::deleteMessage(int64_t id) {
+    messageTable_.remove(id);
+}
 void AppChatService::deleteMessagesAfter(int64_t conversationId, int64_t id) {
     messageTable_.deleteAfter(conversationId, id);
 }
@@ -186,7 +196,9 @@ void AppChatService::updateSpeechFile(int64_t id, const std::optional<std::strin
 std::vector<Bookmark> AppChatService::getBookmarks(const std::vector<int64_t>& ids) {
     return bookmarkTable_.getAll(ids);
 }
-std::optional<Bookmark> AppChatService::getBookmark(int64_t id) { return bookmarkTable_.find(id); }
+std::optional<Bookmark> AppChatService::getBookmark(int64_t id) {
+    return bookmarkTable_.find(id);
+}
 std::optional<Bookmark> AppChatService::findBookmark(const std::string& filePath,
                                                      const std::string& hash) {
     return bookmarkTable_.find(filePath, hash);
@@ -194,7 +206,9 @@ std::optional<Bookmark> AppChatService::findBookmark(const std::string& filePath
 int64_t AppChatService::insertBookmark(const Bookmark& bookmark) {
     return bookmarkTable_.insert(bookmark);
 }
-void AppChatService::updateBookmark(const Bookmark& bookmark) { bookmarkTable_.update(bookmark); }
+void AppChatService::updateBookmark(const Bookmark& bookmark) {
+    bookmarkTable_.update(bookmark);
+}
 void AppChatService::updateIndexingStatus(int64_t id, const std::string& status) {
     bookmarkTable_.updateIndexingStatus(id, status);
 }
@@ -203,15 +217,25 @@ void AppChatService::updateBookmarkData(int64_t id, const std::vector<uint8_t>& 
     bookmarkTable_.updateData(id, data, hash);
 }
 
-std::vector<Prompt> AppChatService::getPrompts() { return promptTable_.getAll(); }
-std::optional<Prompt> AppChatService::getPrompt(int64_t id) { return promptTable_.find(id); }
-int64_t AppChatService::insertPrompt(const Prompt& prompt) { return promptTable_.insert(prompt); }
+std::vector<Prompt> AppChatService::getPrompts() {
+    return promptTable_.getAll();
+}
+std::optional<Prompt> AppChatService::getPrompt(int64_t id) {
+    return promptTable_.find(id);
+}
+int64_t AppChatService::insertPrompt(const Prompt& prompt) {
+    return promptTable_.insert(prompt);
+}
 void AppChatService::updatePrompt(int64_t id, const Prompt& prompt) {
     promptTable_.update(id, prompt);
 }
-void AppChatService::deletePrompts(const std::vector<int64_t>& ids) { promptTable_.remove(ids); }
+void AppChatService::deletePrompts(const std::vector<int64_t>& ids) {
+    promptTable_.remove(ids);
+}
 
-std::vector<CustomModel> AppChatService::getCustomModels() { return customModelHelper_.getAll(); }
+std::vector<CustomModel> AppChatService::getCustomModels() {
+    return customModelHelper_.getAll();
+}
 std::optional<CustomModel> AppChatService::getCustomModel(int64_t id) {
     return customModelHelper_.find(id);
 }
@@ -219,11 +243,13 @@ int64_t AppChatService::insertCustomModel(const CustomModel& model) {
     return customModelHelper_.insert(model);
 }
 void AppChatService::updateCustomModel(
-    int64_t id, const std::string& name, const std::string& apiEndpoint,
-    const std::string& modelId, int contextLength,
-    const std::optional<std::vector<CustomModelHeaderEntry>>& headers, bool useStream) {
+    int64_t id, const std::string& name, const std::string& apiEndpoint, const std::string& modelId,
+    int contextLength, const std::optional<std::vector<CustomModelHeaderEntry>>& headers,
+    bool useStream) {
     customModelHelper_.update(id, name, apiEndpoint, modelId, contextLength, headers, useStream);
 }
-void AppChatService::deleteCustomModel(int64_t id) { customModelHelper_.remove(id); }
+void AppChatService::deleteCustomModel(int64_t id) {
+    customModelHelper_.remove(id);
+}
 
 }  // namespace folvane

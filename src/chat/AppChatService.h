@@ -25,14 +25,13 @@ class PdfPageCounter;
 // wire clients, the token counter and the embedders are added to it by the
 // subsystems that provide them.
 class AppChatService final : public ChatService {
-public:
+  public:
     enum class EmbeddingModelState { none, indexing, loaded };
 
     // The start of the service: opens the database through AppDatabase. A
     // store the program cannot run without throws FatalError with the message
     // the user is shown.
-    static std::unique_ptr<AppChatService> start(const AppPaths& paths,
-                                                 AppPreferences& preferences,
+    static std::unique_ptr<AppChatService> start(const AppPaths& paths, AppPreferences& preferences,
                                                  const PdfPageCounter& pageCounter);
 
     // Takes an open, migrated connection.
@@ -104,7 +103,7 @@ public:
 
     EmbeddingModelType localEmbeddingType() const { return localEmbeddingType_.load(); }
 
-private:
+  private:
     std::shared_ptr<SqliteConnection> db_;
     AppPreferences& preferences_;
     MessageModel messageTable_;

@@ -7,7 +7,7 @@ namespace folvane {
 
 // The errors the chat service raises; what() is the text the user reads.
 class AppChatServiceError : public std::runtime_error {
-public:
+  public:
     enum class Case {
         initError,
         insertionFailed,
@@ -25,7 +25,7 @@ public:
     Case errorCase() const { return case_; }
     static std::string description(Case errorCase);
 
-private:
+  private:
     Case case_;
 };
 

@@ -19,7 +19,7 @@ namespace folvane {
 // The completion stream, the embedders and speech join this interface with the
 // subsystems that provide them.
 class ChatService {
-public:
+  public:
     virtual ~ChatService() = default;
 
     // Opens a chat on one or more file URLs, or returns to the last chat on a
@@ -89,11 +89,10 @@ public:
     virtual std::vector<CustomModel> getCustomModels() = 0;
     virtual std::optional<CustomModel> getCustomModel(int64_t id) = 0;
     virtual int64_t insertCustomModel(const CustomModel& model) = 0;
-    virtual void updateCustomModel(int64_t id, const std::string& name,
-                                   const std::string& apiEndpoint, const std::string& modelId,
-                                   int contextLength,
-                                   const std::optional<std::vector<CustomModelHeaderEntry>>& headers,
-                                   bool useStream) = 0;
+    virtual void updateCustomModel(
+        int64_t id, const std::string& name, const std::string& apiEndpoint,
+        const std::string& modelId, int contextLength,
+        const std::optional<std::vector<CustomModelHeaderEntry>>& headers, bool useStream) = 0;
     virtual void deleteCustomModel(int64_t id) = 0;
 };
 

@@ -44,7 +44,8 @@ int runChatsCommand(CliContext& context, const CliArguments& arguments) {
         return 0;
     }
     out << std::left << std::setw(6) << "ID" << std::setw(40) << "TITLE" << std::setw(6) << "DOCS"
-        << std::setw(10) << "MESSAGES" << "MODEL\n";
+        << std::setw(10) << "MESSAGES"
+        << "MODEL\n";
     for (const auto& chat : chats) {
         std::string title = chat.title;
         if (title.size() > 38) title = title.substr(0, 35) + "...";

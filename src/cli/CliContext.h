@@ -16,7 +16,7 @@ class PdfPageCounter;
 
 // Bad arguments on the command line; what() is the message for the user.
 class UsageError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 
@@ -24,7 +24,7 @@ public:
 // the shared objects, each made on first use (so `settings` never opens the
 // database).
 class CliContext {
-public:
+  public:
     CliContext(AppPaths paths, std::ostream& out, std::ostream& err);
     ~CliContext();
 
@@ -35,7 +35,7 @@ public:
     AppPreferences& preferences();
     AppChatService& service();
 
-private:
+  private:
     AppPaths paths_;
     std::ostream& out_;
     std::ostream& err_;

@@ -24,8 +24,9 @@ int runMessagesCommand(CliContext& context, const CliArguments& arguments) {
         } else if (message.role == "application") {
             out << "--- " << message.name.value_or("marker") << " ---\n\n";
         } else {
-            out << "[" << message.id << "] " << message.role << " · " << formatDate(message.createdAt)
-                << "\n" << message.content << "\n\n";
+            out << "[" << message.id << "] " << message.role << " · "
+                << formatDate(message.createdAt) << "\n"
+                << message.content << "\n\n";
         }
     }
     return 0;

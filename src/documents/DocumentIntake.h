@@ -11,7 +11,7 @@ namespace folvane {
 // digest of its first 64 KiB: the same pair finds the same bookmark row, and so
 // the same stored vectors, in any chat.
 class DocumentIntake {
-public:
+  public:
     explicit DocumentIntake(BookmarkModel bookmarks) : bookmarks_(std::move(bookmarks)) {}
 
     // The bookmark id of a file URL: the existing row for its URL and digest
@@ -19,7 +19,7 @@ public:
     // "none". Throws FileError when the file cannot be reached or read.
     int64_t findOrInsertBookmark(const std::string& fileUrl) const;
 
-private:
+  private:
     BookmarkModel bookmarks_;
 };
 

@@ -24,8 +24,7 @@ std::string executableResourceDirectory() {
 
 AppPaths AppPaths::standard() {
     AppPaths paths;
-    paths.dataDirectory =
-        baseDirectory("XDG_DATA_HOME", ".local/share") + "/" + bundleIdentifier;
+    paths.dataDirectory = baseDirectory("XDG_DATA_HOME", ".local/share") + "/" + bundleIdentifier;
     paths.configDirectory = baseDirectory("XDG_CONFIG_HOME", ".config") + "/" + bundleIdentifier;
     paths.resourceDirectory = executableResourceDirectory();
     return paths;

@@ -21,9 +21,8 @@ std::vector<uint8_t> FileBookmark::make(const std::string& path) {
     if (!S_ISREG(info.st_mode)) {
         throw FileError("The file “" + absolute + "” couldn’t be opened: it is not a regular file");
     }
-    const nlohmann::json object = {{"path", absolute},
-                                   {"device", uint64_t(info.st_dev)},
-                                   {"inode", uint64_t(info.st_ino)}};
+    const nlohmann::json object = {
+        {"path", absolute}, {"device", uint64_t(info.st_dev)}, {"inode", uint64_t(info.st_ino)}};
     const std::string text = object.dump();
     return {text.begin(), text.end()};
 }

@@ -67,6 +67,9 @@ std::shared_ptr<SqliteConnection> AppDatabase::connect() {
 
     try {
         db_ = SqliteConnection::open(path.string());
+        // SQLite opens lazily; reading the header now turns a file that is not
+        // a database into this stop instead of an empty chat list later.
+        db_->userVersion();
     } catch (const DatabaseError& openError) {
         log(openError.what());
         throw FatalError("Failed to load db.sqlite3");

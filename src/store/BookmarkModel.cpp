@@ -50,7 +50,8 @@ std::vector<Bookmark> BookmarkModel::getAll(const std::vector<int64_t>& ids) con
     std::string placeholders;
     for (size_t i = 0; i < ids.size(); ++i) placeholders += i == 0 ? "?" : ", ?";
     try {
-        auto query = db_->prepare(std::string(selectColumns) + "WHERE id IN (" + placeholders + ")");
+        auto query =
+            db_->prepare(std::string(selectColumns) + "WHERE id IN (" + placeholders + ")");
         for (int64_t id : ids) query.bind(id);
         return readAll(query);
     } catch (const std::exception& error) {

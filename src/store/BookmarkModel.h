@@ -13,7 +13,7 @@ namespace folvane {
 
 // The table `bookmarks`. Rows are inserted and updated, never deleted.
 class BookmarkModel {
-public:
+  public:
     explicit BookmarkModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // All bookmarks, newest first. A failure is logged and the rows read so far
@@ -28,7 +28,7 @@ public:
     void updateIndexingStatus(int64_t id, const std::string& status) const;
     void updateData(int64_t id, const std::vector<uint8_t>& data, const std::string& hash) const;
 
-private:
+  private:
     std::vector<Bookmark> readAll(Statement& query) const;
 
     std::shared_ptr<SqliteConnection> db_;

@@ -59,8 +59,8 @@ std::string idsJson(const std::vector<int64_t>& ids) {
 std::vector<Conversation> ConversationModel::getAll(int64_t afterId) const {
     std::vector<Conversation> result;
     try {
-        auto query = db_->prepare(std::string(selectColumns) +
-                                  "WHERE id > ? ORDER BY updatedAt DESC");
+        auto query =
+            db_->prepare(std::string(selectColumns) + "WHERE id > ? ORDER BY updatedAt DESC");
         query.bind(afterId);
         while (query.step()) result.push_back(readConversation(query));
     } catch (const std::exception& error) {

@@ -13,7 +13,7 @@ namespace folvane {
 
 // The table `conversations`, and the two operations that also touch `messages`.
 class ConversationModel {
-public:
+  public:
     explicit ConversationModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // Conversations with an id above afterId, most recently updated first. A
@@ -49,7 +49,7 @@ public:
     // upToMessageId, made in one transaction. Returns the new conversation.
     Conversation fork(const Conversation& conversation, int64_t upToMessageId) const;
 
-private:
+  private:
     template <typename Value>
     void updateColumn(int64_t id, const char* column, const Value& value) const;
     void writeExtraBookmarks(int64_t id, const std::vector<int64_t>& ids) const;

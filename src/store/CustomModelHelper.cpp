@@ -75,11 +75,10 @@ int64_t CustomModelHelper::insert(const CustomModel& m) const {
     const std::string columns =
         "provider, name, apiEndpoint, modelId, contextLength, useStream, headers, deleted, "
         "createdAt, updatedAt";
-    auto statement =
-        m.id ? db_->prepare("INSERT INTO custom_models (id, " + columns +
-                            ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
-             : db_->prepare("INSERT INTO custom_models (" + columns +
-                            ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    auto statement = m.id ? db_->prepare("INSERT INTO custom_models (id, " + columns +
+                                         ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+                          : db_->prepare("INSERT INTO custom_models (" + columns +
+                                         ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     if (m.id) statement.bind(*m.id);
     statement.bind(m.provider, m.name, m.apiEndpoint, m.modelId, m.contextLength, m.useStream,
                    headersJson(m.headers), m.deleted, formatDate(m.createdAt),

@@ -14,7 +14,7 @@ namespace folvane {
 // The table `custom_models`. A deleted model keeps its row, since chats may
 // still point at it, but is no longer found.
 class CustomModelHelper {
-public:
+  public:
     explicit CustomModelHelper(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // Live models, oldest first. A failure is logged and the rows read so far
@@ -29,7 +29,7 @@ public:
                 bool useStream) const;
     void remove(int64_t id) const;
 
-private:
+  private:
     std::shared_ptr<SqliteConnection> db_;
 };
 

@@ -4,9 +4,12 @@ namespace folvane {
 
 std::string_view rawValue(DataIngestionStrategy value) {
     switch (value) {
-        case DataIngestionStrategy::local: return "local";
-        case DataIngestionStrategy::openai: return "openai";
-        case DataIngestionStrategy::smart: return "smart";
+        case DataIngestionStrategy::local:
+            return "local";
+        case DataIngestionStrategy::openai:
+            return "openai";
+        case DataIngestionStrategy::smart:
+            return "smart";
     }
     return "local";
 }

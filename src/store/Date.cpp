@@ -6,20 +6,26 @@ namespace folvane {
 
 using namespace std::chrono;
 
-Date now() { return floor<seconds>(system_clock::now()); }
+Date now() {
+    return floor<seconds>(system_clock::now());
+}
 
-Date distantPast() { return sys_days{year{1} / January / 1}; }
+Date distantPast() {
+    return sys_days{year{1} / January / 1};
+}
 
-Date referenceInstant() { return sys_days{year{1970} / January / 1}; }
+Date referenceInstant() {
+    return sys_days{year{1970} / January / 1};
+}
 
 std::string formatDate(Date date) {
     const auto day = floor<days>(date);
     const year_month_day ymd{day};
     const hh_mm_ss time{date - day};
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02u %02ld:%02ld:%02ld", int(ymd.year()),
-                  unsigned(ymd.month()), unsigned(ymd.day()), long(time.hours().count()),
-                  long(time.minutes().count()), long(time.seconds().count()));
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02u %02d:%02d:%02d", int(ymd.year()),
+                  unsigned(ymd.month()), unsigned(ymd.day()), int(time.hours().count()),
+                  int(time.minutes().count()), int(time.seconds().count()));
     return buffer;
 }
 

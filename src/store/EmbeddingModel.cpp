@@ -15,7 +15,8 @@ void EmbeddingModel::insert(const std::vector<Embedding>& embeddings) const {
     db_->transaction([&] {
         for (size_t start = 0; start < embeddings.size(); start += rowsPerStatement) {
             const size_t end = std::min(embeddings.size(), start + rowsPerStatement);
-            std::string sql = "INSERT INTO embeddings (indexItem, bookmarkId, embeddingModel) VALUES ";
+            std::string sql =
+                "INSERT INTO embeddings (indexItem, bookmarkId, embeddingModel) VALUES ";
             for (size_t i = start; i < end; ++i) sql += i == start ? "(?, ?, ?)" : ", (?, ?, ?)";
             auto statement = db_->prepare(sql);
             for (size_t i = start; i < end; ++i) {

@@ -12,7 +12,7 @@ namespace folvane {
 
 // The table `embeddings`: one index item (chunk and vector) a row, per document.
 class EmbeddingModel {
-public:
+  public:
     explicit EmbeddingModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // All rows in one go: a document's rows are either all stored or none.
@@ -24,7 +24,7 @@ public:
     // Names the model that made every row of the document.
     void setEmbeddingModel(int64_t bookmarkId, const std::string& embeddingModel) const;
 
-private:
+  private:
     std::shared_ptr<SqliteConnection> db_;
 };
 

@@ -13,7 +13,7 @@ namespace folvane {
 
 // The table `messages`.
 class MessageModel {
-public:
+  public:
     explicit MessageModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // The chat's messages with an id above afterId, oldest first. A failure is
@@ -29,7 +29,7 @@ public:
     void updateContent(int64_t id, const std::string& content) const;
     void updateSpeechFile(int64_t id, const std::optional<std::string>& url) const;
 
-private:
+  private:
     std::shared_ptr<SqliteConnection> db_;
 };
 

@@ -12,7 +12,7 @@ namespace folvane {
 
 // The table `prompts`. Every prompt read has the icon "💬" and was last used now.
 class PromptModel {
-public:
+  public:
     explicit PromptModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // In row order. A failure is logged and the rows read so far are returned.
@@ -22,7 +22,7 @@ public:
     void update(int64_t id, const Prompt& prompt) const;
     void remove(const std::vector<int64_t>& ids) const;
 
-private:
+  private:
     std::shared_ptr<SqliteConnection> db_;
 };
 

@@ -6,11 +6,12 @@
 
 namespace folvane {
 
-
 SqliteConnection::SqliteConnection(sqlite3* handle, std::string path)
     : handle_(handle), path_(std::move(path)) {}
 
-SqliteConnection::~SqliteConnection() { sqlite3_close_v2(handle_); }
+SqliteConnection::~SqliteConnection() {
+    sqlite3_close_v2(handle_);
+}
 
 std::shared_ptr<SqliteConnection> SqliteConnection::open(const std::string& path) {
     sqlite3* handle = nullptr;
@@ -43,7 +44,9 @@ void SqliteConnection::fail(int code) const {
     throw DatabaseError(message && *message ? message : sqlite3_errstr(code));
 }
 
-Statement SqliteConnection::prepare(std::string_view sql) { return Statement(*this, sql); }
+Statement SqliteConnection::prepare(std::string_view sql) {
+    return Statement(*this, sql);
+}
 
 void SqliteConnection::execute(std::string_view sql) {
     std::lock_guard guard(mutex_);
@@ -68,8 +71,8 @@ void SqliteConnection::setUserVersion(int version) {
 
 Statement::Statement(SqliteConnection& connection, std::string_view sql)
     : connection_(&connection), hold_(connection.mutex_) {
-    const int code = sqlite3_prepare_v2(connection.handle_, sql.data(), int(sql.size()),
-                                        &statement_, nullptr);
+    const int code =
+        sqlite3_prepare_v2(connection.handle_, sql.data(), int(sql.size()), &statement_, nullptr);
     if (code != SQLITE_OK) connection.fail(code);
 }
 
@@ -79,7 +82,9 @@ Statement::Statement(Statement&& other) noexcept
       statement_(std::exchange(other.statement_, nullptr)),
       nextIndex_(other.nextIndex_) {}
 
-Statement::~Statement() { sqlite3_finalize(statement_); }
+Statement::~Statement() {
+    sqlite3_finalize(statement_);
+}
 
 bool Statement::step() {
     const int code = sqlite3_step(statement_);
@@ -93,7 +98,9 @@ void Statement::run() {
     }
 }
 
-int64_t Statement::insertedRowId() const { return sqlite3_last_insert_rowid(connection_->handle_); }
+int64_t Statement::insertedRowId() const {
+    return sqlite3_last_insert_rowid(connection_->handle_);
+}
 
 void Statement::bindOne(Null) {
     if (int code = sqlite3_bind_null(statement_, nextIndex_++); code != SQLITE_OK) {
@@ -124,9 +131,9 @@ void Statement::bindOne(std::string_view value) {
 void Statement::bindOne(const std::vector<uint8_t>& value) {
     // A zero-length blob must still bind as a blob, not as NULL.
     static const uint8_t empty = 0;
-    if (int code = sqlite3_bind_blob64(statement_, nextIndex_++,
-                                       value.empty() ? &empty : value.data(), value.size(),
-                                       SQLITE_TRANSIENT);
+    if (int code =
+            sqlite3_bind_blob64(statement_, nextIndex_++, value.empty() ? &empty : value.data(),
+                                value.size(), SQLITE_TRANSIENT);
         code != SQLITE_OK) {
         connection_->fail(code);
     }
@@ -136,9 +143,13 @@ bool Statement::isNull(int column) const {
     return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
-int64_t Statement::int64(int column) const { return sqlite3_column_int64(statement_, column); }
+int64_t Statement::int64(int column) const {
+    return sqlite3_column_int64(statement_, column);
+}
 
-double Statement::real(int column) const { return sqlite3_column_double(statement_, column); }
+double Statement::real(int column) const {
+    return sqlite3_column_double(statement_, column);
+}
 
 std::string Statement::text(int column) const {
     const auto* bytes = sqlite3_column_text(statement_, column);

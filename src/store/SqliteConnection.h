@@ -16,7 +16,7 @@ namespace folvane {
 
 // A failure of the database library, with its own message.
 class DatabaseError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 
@@ -26,7 +26,7 @@ class Statement;
 // from the main thread and from background tasks; its calls run one at a time,
 // each statement holding the connection from preparation to its end.
 class SqliteConnection {
-public:
+  public:
     // Opens an existing file read-write (never creates one). Throws DatabaseError.
     static std::shared_ptr<SqliteConnection> open(const std::string& path);
     // Opens or creates a file; for tests and tools that make databases.
@@ -69,7 +69,7 @@ public:
 
     std::string path() const { return path_; }
 
-private:
+  private:
     friend class Statement;
     SqliteConnection(sqlite3* handle, std::string path);
     [[noreturn]] void fail(int code) const;
@@ -84,7 +84,7 @@ struct Null {};
 // A prepared statement. Bind with bind(...) in parameter order, then either
 // step() through rows or run() it. Holds the connection until destroyed.
 class Statement {
-public:
+  public:
     Statement(Statement&& other) noexcept;
     Statement& operator=(Statement&&) = delete;
     ~Statement();
@@ -111,7 +111,7 @@ public:
     std::optional<int64_t> optionalInt64(int column) const;
     std::optional<double> optionalReal(int column) const;
 
-private:
+  private:
     friend class SqliteConnection;
     Statement(SqliteConnection& connection, std::string_view sql);
 

@@ -13,7 +13,7 @@ namespace folvane {
 namespace {
 
 class AppChatServiceTest : public ::testing::Test {
-protected:
+  protected:
     test::TempDir dir;
     std::shared_ptr<SqliteConnection> db = test::makeDatabase(dir / "db.sqlite3");
     AppPreferences preferences;

@@ -18,7 +18,7 @@ using ::testing::HasSubstr;
 // Each test is a new user: empty data and settings folders, and no Secret
 // Service on the bus.
 class CliTest : public ::testing::Test {
-protected:
+  protected:
     test::TempDir home;
     std::string dataDir = home / "data/co.tessavel.Folvane";
     std::string configDir = home / "config/co.tessavel.Folvane";

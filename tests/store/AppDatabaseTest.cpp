@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <set>
 
@@ -336,14 +337,21 @@ TEST_F(AppDatabaseTest, StopsWhenTheSeedCannotBeUsed) {
     }
 }
 
-TEST_F(AppDatabaseTest, ADatabaseThatCannotBeOpenedStops) {
-    fs::create_directories(databasePath());
-    try {
-        connect();
-        ADD_FAILURE() << "no FatalError";
-    } catch (const FatalError& error) {
-        EXPECT_STREQ(error.what(), "Failed to load db.sqlite3");
+TEST_F(AppDatabaseTest, ADatabaseThatCannotBeOpenedStopsAndIsLeftAsItIs) {
+    const std::string notADatabase = "these bytes are not a database, and they are the user's";
+    for (auto make : std::vector<std::function<void()>>{
+             [&] { fs::create_directories(databasePath()); },
+             [&] { test::writeFile(databasePath(), notADatabase + std::string(4096, 'x')); }}) {
+        fs::remove_all(databasePath());
+        make();
+        try {
+            connect();
+            ADD_FAILURE() << "no FatalError";
+        } catch (const FatalError& error) {
+            EXPECT_STREQ(error.what(), "Failed to load db.sqlite3");
+        }
     }
+    EXPECT_THAT(test::readFile(databasePath()), ::testing::StartsWith(notADatabase));
 }
 
 TEST_F(AppDatabaseTest, ADataDirectoryThatCannotBeMadeIsAnotherError) {

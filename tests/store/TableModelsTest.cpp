@@ -13,7 +13,7 @@ namespace folvane {
 namespace {
 
 class TableModelsTest : public ::testing::Test {
-protected:
+  protected:
     test::TempDir dir;
     std::shared_ptr<SqliteConnection> db = test::makeDatabase(dir / "db.sqlite3");
     ConversationModel conversations{db};
@@ -75,9 +75,9 @@ TEST_F(TableModelsTest, JsonColumnsAreCompactWithEscapedSlashes) {
     const int64_t empty = conversations.insert(c);
     c.extraBookmarkIds = {3, 7};
     const int64_t two = conversations.insert(c);
-    EXPECT_EQ(column("SELECT extraBookmarkIds FROM conversations WHERE id = " +
-                     std::to_string(empty)),
-              "[]");
+    EXPECT_EQ(
+        column("SELECT extraBookmarkIds FROM conversations WHERE id = " + std::to_string(empty)),
+        "[]");
     EXPECT_EQ(conversations.find(two)->extraBookmarkIds, (std::vector<int64_t>{3, 7}));
 
     Message m;
@@ -228,10 +228,12 @@ TEST_F(TableModelsTest, EmbeddingsRoundTripInRowOrderAcrossStatementBatches) {
     std::vector<Embedding> rows;
     for (int i = 0; i < 4500; ++i) {
         rows.push_back(Embedding{{},
-                                 IndexItem{"id-" + std::to_string(i), "text/" + std::to_string(i),
+                                 IndexItem{"id-" + std::to_string(i),
+                                           "text/" + std::to_string(i),
                                            {float(i), 0.5f},
                                            {{"bookmarkId", "4"}, {"page", "Optional(2)"}}},
-                                 4, "native"});
+                                 4,
+                                 "native"});
     }
     embeddings.insert(rows);
     const auto back = embeddings.getAll(4);

@@ -32,6 +32,8 @@ std::string readFile(const std::filesystem::path& path) {
     return buffer.str();
 }
 
-std::string resourceDir() { return FOLVANE_TEST_RESOURCE_DIR; }
+std::string resourceDir() {
+    return FOLVANE_TEST_RESOURCE_DIR;
+}
 
 }  // namespace folvane::test
