@@ -11,7 +11,7 @@ packages=(
     libmupdf-dev libmujs-dev libgumbo-dev libopenjp2-7-dev libjbig2dec0-dev libjpeg-dev
     libfreetype-dev libharfbuzz-dev
     libcurl4-openssl-dev libicu-dev liblzma-dev libeigen3-dev libstb-dev libcmark-gfm-dev
-    libtesseract-dev libleptonica-dev tesseract-ocr-eng
+    libcmark-gfm-extensions-dev libtesseract-dev libleptonica-dev tesseract-ocr-eng
     # tests and benchmarks: a loopback HTTP server, libFuzzer, and the tools
     # and libraries that benchmarks compare against
     libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev

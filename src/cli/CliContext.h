@@ -53,5 +53,8 @@ int runOpenCommand(CliContext& context, const CliArguments& args);
 int runMessagesCommand(CliContext& context, const CliArguments& args);
 int runSettingsCommand(CliContext& context, const CliArguments& args);
 int runKeyCommand(CliContext& context, const CliArguments& args);
+int runTokensCommand(CliContext& context, const CliArguments& args);
+int runPagesCommand(CliContext& context, const CliArguments& args);
+int runChunksCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

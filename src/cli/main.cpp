@@ -22,6 +22,10 @@ Commands:
   key set                         store the OpenAI API key, read from standard input
   key clear                       remove the stored key
   key status                      tell whether a key is stored, and where
+  tokens [FILE | -] [--ids]       count the GPT-2 tokens of a text (--ids: print the ids)
+  pages FILE.pdf [--force-ocr] [--json]
+                                  print a PDF's text page by page, with OCR where needed
+  chunks FILE.pdf [--json]        print the chunks a PDF is cut into, with page and tokens
   help                            show this text
 
 Options:
@@ -34,7 +38,8 @@ using Command = int (*)(folvane::CliContext&, const folvane::CliArguments&);
 const std::map<std::string, Command> commands{
     {"chats", folvane::runChatsCommand},       {"open", folvane::runOpenCommand},
     {"messages", folvane::runMessagesCommand}, {"settings", folvane::runSettingsCommand},
-    {"key", folvane::runKeyCommand},
+    {"key", folvane::runKeyCommand},           {"tokens", folvane::runTokensCommand},
+    {"pages", folvane::runPagesCommand},       {"chunks", folvane::runChunksCommand},
 };
 
 }  // namespace
