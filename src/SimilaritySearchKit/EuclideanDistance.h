@@ -1,0 +1,17 @@
+#pragma once
+
+#include "SimilaritySearchKit/DistanceMetricProtocol.h"
+
+namespace folvane {
+
+// The square root of the summed squared differences over the common length; lowest first.
+class EuclideanDistance : public DistanceMetricProtocol {
+  public:
+    using DistanceMetricProtocol::findNearest;
+    std::vector<ScoredPosition> findNearest(std::span<const float> query,
+                                            std::span<const std::span<const float>> neighbors,
+                                            int resultsCount) const override;
+    float distance(std::span<const float> a, std::span<const float> b) const override;
+};
+
+}  // namespace folvane
