@@ -95,12 +95,19 @@ void StreamingSession::processText(const std::string& text) {
     }
 
     std::vector<std::string> payloads;
+    // The last line as it came, when no line feed ends it yet.
+    std::optional<std::string> unfinishedLastLine;
     size_t start = 0;
     while (start <= combined.size()) {
         size_t end = combined.find('\n', start);
-        if (end == std::string::npos) end = combined.size();
-        std::string_view line = trim(std::string_view(combined).substr(start, end - start));
-        if (line.starts_with(dataPrefix)) payloads.emplace_back(line.substr(dataPrefix.size()));
+        bool unfinished = end == std::string::npos;
+        if (unfinished) end = combined.size();
+        std::string_view raw = std::string_view(combined).substr(start, end - start);
+        std::string_view line = trim(raw);
+        if (line.starts_with(dataPrefix)) {
+            payloads.emplace_back(line.substr(dataPrefix.size()));
+            if (unfinished) unfinishedLastLine = std::string(raw);
+        }
         start = end + 1;
     }
 
@@ -123,7 +130,10 @@ void StreamingSession::processText(const std::string& text) {
         if (result) {
             onReceiveContent_(*result);
         } else if (last) {
-            partialContent_ = std::string(dataPrefix) + payload;
+            // A cut line is kept as it came, so that white space at the cut
+            // survives the glueing.
+            partialContent_ =
+                unfinishedLastLine ? *unfinishedLastLine : std::string(dataPrefix) + payload;
         } else if (auto error = APIErrorResponse::tryDecode(payload)) {
             onProcessingError_(std::make_exception_ptr(*error));
         } else {

@@ -1,0 +1,224 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "providers/APIErrorResponse.h"
+#include "providers/DecodingError.h"
+#include "providers/OpenAIError.h"
+#include "providers/StreamingSession.h"
+#include "providers/WireFixtures.h"
+
+namespace folvane {
+namespace {
+
+// What a session reported, in order: event contents, or "error:" and the text.
+struct Recorder {
+    std::vector<std::string> log;
+
+    StreamingSession session() {
+        return StreamingSession(
+            [this](const ChatStreamResult& result) {
+                std::string content;
+                for (const auto& choice : result.choices)
+                    content += choice.delta.content.value_or("");
+                log.push_back(content);
+            },
+            [this](std::exception_ptr error) {
+                try {
+                    std::rethrow_exception(error);
+                } catch (const std::exception& e) {
+                    log.push_back(std::string("error:") + e.what());
+                }
+            });
+    }
+};
+
+HttpResponseHead ok() {
+    return {200, {{"Content-Type", "text/event-stream"}}};
+}
+
+std::vector<std::string> feed(const std::vector<std::string>& blocks,
+                              HttpResponseHead head = ok()) {
+    Recorder recorder;
+    auto session = recorder.session();
+    for (const auto& block : blocks) session.receiveBlock(head, block);
+    return recorder.log;
+}
+
+using Log = std::vector<std::string>;
+
+struct BlockCase {
+    const char* name;
+    std::vector<std::string> blocks;
+    Log expected;
+};
+
+TEST(StreamingSessionTest, ScriptedBlocks) {
+    const std::string a = test::deltaEvent("Hel");
+    const std::string b = test::deltaEvent("lo");
+    const std::vector<BlockCase> cases = {
+        {"two data lines in one block", {a + b}, {"Hel", "lo"}},
+        {"an object cut in two", {a.substr(0, 20), a.substr(20)}, {"Hel"}},
+        {"an object cut in three", {a.substr(0, 10), a.substr(10, 10), a.substr(20)}, {"Hel"}},
+        {"a comment between events", {a + ": keep-alive\n\n" + b}, {"Hel", "lo"}},
+        {"other fields are dropped", {"event: delta\nid: 7\nretry: 10\n" + a}, {"Hel"}},
+        {"data without the blank is dropped", {"data:{\"choices\":[]}\n\n" + a}, {"Hel"}},
+        {"done first yields nothing", {"data: [DONE]\n\n" + a}, {}},
+        {"done after events is skipped", {a + "data: [DONE]\n\n"}, {"Hel"}},
+        {"done in a later block", {a, "data: [DONE]\n\n"}, {"Hel"}},
+        {"carriage returns are trimmed",
+         {"data: {\"choices\":[{\"delta\":{\"content\":\"x\"}}]}\r\n\r\n"},
+         {"x"}},
+        {"a block of blank lines", {a, "\n\n\n", b}, {"Hel", "lo"}},
+        {"a cut before the data prefix is complete",
+         {a + "da", "ta: " + b.substr(6)},
+         {"Hel", "lo"}},
+        {"a cut right after the data prefix", {a + "data: ", b.substr(6)}, {"Hel", "lo"}},
+        {"an undecodable line in the middle",
+         {"data: {\"nope\":1}\n\n" + a},
+         {"error:The data couldn't be read because it is missing.", "Hel"}},
+        {"an error body in the middle",
+         {a + "data: {\"error\":{\"message\":\"mid-stream\"}}\n\n" + b},
+         {"Hel", "error:mid-stream", "lo"}},
+        // Kept as a cut line, the bad line swallows the next one.
+        {"an undecodable last line is glued to the next block", {"data: {\"nope\":1}\n\n", a}, {}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(feed(c.blocks), c.expected) << c.name;
+    }
+}
+
+TEST(StreamingSessionTest, FirstBlockChecks) {
+    const std::string errorBody =
+        R"({"error":{"message":"Incorrect API key provided","type":"invalid_request_error","code":"invalid_api_key"}})";
+    struct Case {
+        const char* name;
+        HttpResponseHead head;
+        std::string block;
+        std::string message;
+        std::optional<std::string> type;
+        std::optional<std::string> code;
+    };
+    const std::vector<Case> cases = {
+        {"an error body with status 200",
+         {200, {}},
+         errorBody,
+         "Incorrect API key provided",
+         "invalid_request_error",
+         "invalid_api_key"},
+        {"an error body with status 401",
+         {401, {}},
+         errorBody,
+         "Incorrect API key provided",
+         "invalid_request_error",
+         "invalid_api_key"},
+        {"429 with retry-after",
+         {429, {{"Retry-After", "20"}}},
+         "slow down",
+         "Rate limit exceeded. Please try again after 20 seconds.",
+         "rate_limit_error",
+         "429"},
+        {"429 without retry-after",
+         {429, {}},
+         "slow down",
+         "Rate limit exceeded. Please try again later.",
+         "rate_limit_error",
+         "429"},
+        {"plain text with status 500",
+         {500, {}},
+         "Internal Server Error",
+         "Internal Server Error",
+         "server_error",
+         "500"},
+        {"an event line with status 503",
+         {503, {}},
+         test::deltaEvent("x"),
+         test::deltaEvent("x"),
+         "server_error",
+         "503"},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::exception_ptr> errors;
+        int events = 0;
+        StreamingSession session([&](const ChatStreamResult&) { ++events; },
+                                 [&](std::exception_ptr error) { errors.push_back(error); });
+        session.receiveBlock(c.head, c.block);
+        ASSERT_EQ(errors.size(), 1u) << c.name;
+        EXPECT_EQ(events, 0) << c.name;
+        EXPECT_FALSE(session.errorChecked()) << c.name;
+        try {
+            std::rethrow_exception(errors[0]);
+        } catch (const APIErrorResponse& e) {
+            EXPECT_EQ(std::string(e.what()), c.message) << c.name;
+            EXPECT_EQ(e.error().type, c.type) << c.name;
+            EXPECT_EQ(e.error().code, c.code) << c.name;
+        }
+    }
+}
+
+TEST(StreamingSessionTest, LaterBlocksSkipTheFirstBlockCheck) {
+    auto log = feed({test::deltaEvent("a"), R"({"error":{"message":"late"}})"});
+    EXPECT_EQ(log, Log{"a"});
+}
+
+TEST(StreamingSessionTest, EverySplitOfARecordedStreamYieldsTheSameEvents) {
+    const std::string stream = test::recordedStream();
+    const Log whole = feed({stream});
+    ASSERT_EQ(whole, test::recordedStreamContents());
+    for (size_t cut = 1; cut < stream.size(); ++cut) {
+        ASSERT_EQ(feed({stream.substr(0, cut), stream.substr(cut)}), whole) << "cut at " << cut;
+    }
+    for (size_t first = 1; first < stream.size(); first += 7) {
+        for (size_t second = first + 1; second < stream.size(); second += 5) {
+            ASSERT_EQ(feed({stream.substr(0, first), stream.substr(first, second - first),
+                            stream.substr(second)}),
+                      whole)
+                << "cuts at " << first << " and " << second;
+        }
+    }
+    std::vector<std::string> bytes;
+    for (char c : stream) bytes.emplace_back(1, c);
+    EXPECT_EQ(feed(bytes), whole) << "one byte a block";
+}
+
+TEST(StreamingSessionTest, Utf8) {
+    const std::string event = test::deltaEvent("d\xC3\xA9j\xC3\xA0 \xF0\x9F\x98\x80");
+    const std::string unknown =
+        "error:" + std::string(StreamingError(StreamingError::Case::unknownContent).what());
+    struct Case {
+        const char* name;
+        std::vector<std::string> blocks;
+        Log expected;
+    };
+    const std::vector<Case> cases = {
+        {"a two-byte character split",
+         {event.substr(0, event.find('\xC3') + 1), event.substr(event.find('\xC3') + 1)},
+         {"d\xC3\xA9j\xC3\xA0 \xF0\x9F\x98\x80"}},
+        {"a four-byte character split twice",
+         {event.substr(0, event.find("\xF0") + 1), event.substr(event.find("\xF0") + 1, 2),
+          event.substr(event.find("\xF0") + 3)},
+         {"d\xC3\xA9j\xC3\xA0 \xF0\x9F\x98\x80"}},
+        {"a stray continuation byte", {"\x80" + event}, {unknown}},
+        {"an overlong form", {"data: \xC0\xAF\n\n"}, {unknown}},
+        {"a surrogate", {"data: \xED\xA0\x80\n\n"}, {unknown}},
+        {"a lead byte followed by ASCII", {"data: \xE2(\n\n"}, {unknown}},
+        {"a cut lead byte then a bad continuation", {"data: \xE2", "(\n\n"}, {unknown}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(feed(c.blocks), c.expected) << c.name;
+}
+
+TEST(StreamingSessionTest, PartialContentHoldsTheCutLine) {
+    Recorder recorder;
+    auto session = recorder.session();
+    const std::string event = test::deltaEvent("x");
+    session.receiveBlock(ok(), event.substr(0, 25));
+    EXPECT_EQ(session.partialContent(), event.substr(0, 25));
+    EXPECT_TRUE(session.errorChecked());
+    session.receiveBlock(ok(), event.substr(25));
+    EXPECT_EQ(session.partialContent(), "");
+    EXPECT_EQ(recorder.log, Log{"x"});
+}
+
+}  // namespace
+}  // namespace folvane
