@@ -1,0 +1,98 @@
+#include "documents/TesseractTextRecognizer.h"
+
+#include <dlfcn.h>
+#include <tesseract/baseapi.h>
+#include <tesseract/resultiterator.h>
+
+#include <cstdlib>
+
+#include "documents/OcrError.h"
+
+namespace folvane {
+
+namespace {
+
+// Tesseract's OpenMP loops slow a page down when several pages run at once.
+// The OpenMP runtime reads OMP_THREAD_LIMIT when it is loaded, before main, so
+// the limit is also set where it still counts: the calling thread's own team
+// size, through the runtime's entry point when the runtime is present.
+void limitOpenMpToOneThread() {
+    setenv("OMP_THREAD_LIMIT", "1", 0);
+    using SetThreads = void (*)(int);
+    static const auto setThreads =
+        reinterpret_cast<SetThreads>(dlsym(RTLD_DEFAULT, "omp_set_num_threads"));
+    if (setThreads) setThreads(1);
+}
+
+std::string resolveDataPath(std::string dataPath) {
+    if (!dataPath.empty()) return dataPath;
+    if (const char* prefix = std::getenv("TESSDATA_PREFIX"); prefix && *prefix) return prefix;
+    return TesseractTextRecognizer::defaultDataPath;
+}
+
+// A line's text without its line end and trailing blanks.
+std::string trimLineEnd(const char* text) {
+    std::string line(text);
+    while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.pop_back();
+    return line;
+}
+
+}  // namespace
+
+TesseractTextRecognizer::TesseractTextRecognizer(std::string dataPath)
+    : dataPath_(resolveDataPath(std::move(dataPath))) {}
+
+TesseractTextRecognizer::~TesseractTextRecognizer() {
+    if (api_) api_->End();
+}
+
+bool TesseractTextRecognizer::ensureModel() {
+    if (api_) return true;
+    if (failed_) return false;
+    limitOpenMpToOneThread();
+    auto api = std::make_unique<tesseract::TessBaseAPI>();
+    if (api->Init(dataPath_.c_str(), "eng", tesseract::OEM_LSTM_ONLY) != 0) {
+        failed_ = true;
+        return false;
+    }
+    api->SetPageSegMode(tesseract::PSM_AUTO);
+    api->SetVariable("debug_file", "/dev/null");
+    api_ = std::move(api);
+    return true;
+}
+
+std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage& image,
+                                                                RecognitionLevel level) {
+    if (image.width <= 0 || image.height <= 0 ||
+        image.pixels.size() < static_cast<size_t>(image.width) * image.height) {
+        throw OcrError::recognitionRequestFailed();
+    }
+    if (!ensureModel()) throw OcrError::recognitionRequestFailed();
+    limitOpenMpToOneThread();
+    // The second pass over doubtful lines, read as white on black, is what the
+    // fast level leaves out.
+    api_->SetVariable("tessedit_do_invert", level == RecognitionLevel::fast ? "0" : "1");
+    api_->SetImage(image.pixels.data(), image.width, image.height, 1, image.width);
+    api_->SetSourceResolution(image.resolution);
+    if (api_->Recognize(nullptr) != 0) {
+        api_->Clear();
+        throw OcrError::recognitionRequestFailed();
+    }
+    std::unique_ptr<tesseract::ResultIterator> lines(api_->GetIterator());
+    if (!lines) {
+        api_->Clear();
+        throw OcrError::noResults();
+    }
+    std::vector<std::string> result;
+    if (!lines->Empty(tesseract::RIL_TEXTLINE)) {
+        do {
+            std::unique_ptr<char[]> text(lines->GetUTF8Text(tesseract::RIL_TEXTLINE));
+            if (text) result.push_back(trimLineEnd(text.get()));
+        } while (lines->Next(tesseract::RIL_TEXTLINE));
+    }
+    lines.reset();
+    api_->Clear();
+    return result;
+}
+
+}  // namespace folvane

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "documents/TextRecognizer.h"
+
+namespace tesseract {
+class TessBaseAPI;
+}
+
+namespace folvane {
+
+// Text recognition with Tesseract 5 and its English LSTM model, one thread
+// inside a recognition (pages run in parallel on separate objects instead).
+//
+// Both levels use the LSTM engine with automatic page segmentation and the
+// dictionary on. The fast level reads an image of a quarter of the pixels
+// (renderResolution: 300 ppi accurate, 150 ppi fast) and skips the second
+// reading of doubtful lines as inverted text.
+// The model is loaded at the first recognition and kept for the next ones.
+class TesseractTextRecognizer final : public TextRecognizer {
+  public:
+    static constexpr const char* defaultDataPath = "/usr/share/tesseract-ocr/5/tessdata";
+
+    // dataPath: the tessdata folder; empty means TESSDATA_PREFIX when set, else
+    // the default install.
+    explicit TesseractTextRecognizer(std::string dataPath = {});
+    ~TesseractTextRecognizer() override;
+
+    std::vector<std::string> recognizeText(const PageImage& image, RecognitionLevel level) override;
+
+  private:
+    bool ensureModel();
+
+    std::string dataPath_;
+    std::unique_ptr<tesseract::TessBaseAPI> api_;
+    bool failed_ = false;
+};
+
+}  // namespace folvane
