@@ -1,9 +1,45 @@
-#include "cli/CliContext.h"
+#include <ostream>
+#include <stdexcept>
+
+#include "cli/CliArguments.h"
+#include "documents/PdfDocument.h"
+#include "documents/PdfTextExtractor.h"
+#include "store/AppPreferences.h"
+#include "store/JsonText.h"
 
 namespace folvane {
 
-int runPagesCommand(CliContext&, const CliArguments&) {
-    throw UsageError("pages is not available yet");
+// pages FILE.pdf [--force-ocr] [--json]: the page documents of a PDF, as the
+// indexing reads them, with the settings' OCR choices.
+int runPagesCommand(CliContext& context, const CliArguments& arguments) {
+    CliArguments args = arguments;
+    const bool json = takeFlag(args, "--json");
+    const bool forceOCR = takeFlag(args, "--force-ocr");
+    if (args.empty()) throw UsageError("pages needs a PDF file");
+    expectNoMoreArguments(args, 1);
+
+    auto pdf = PdfDocument::open(args[0]);
+    if (!pdf) throw std::runtime_error("Failed to load PDF document.");
+    const bool scanned = isScannedPDF(*pdf, 10, 20);
+    const PdfTextExtractor extractor(OcrSettings::from(context.preferences()));
+    const auto pages = extractor.extractPagesDetailed(*pdf, scanned, forceOCR);
+
+    auto& out = context.out();
+    for (const auto& page : pages) {
+        const std::string& number = page.document.metadata.at(pageMetadataKey);
+        if (json) {
+            nlohmann::ordered_json row;
+            row["page"] = nullptr;
+            if (number != "nil") row["page"] = std::stoi(number);
+            row["ocr"] = page.ocr;
+            row["text"] = page.document.pageContent;
+            out << compactJson(row) << '\n';
+        } else {
+            out << "== page " << number << (page.ocr ? " (OCR)" : " (text layer)") << '\n'
+                << page.document.pageContent << '\n';
+        }
+    }
+    return 0;
 }
 
 }  // namespace folvane
