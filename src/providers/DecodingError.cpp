@@ -1,5 +1,7 @@
 #include "providers/DecodingError.h"
 
+#include <cmath>
+
 namespace folvane {
 
 namespace {
@@ -69,8 +71,10 @@ int64_t integer(const json& value, const char* key) {
     if (value.is_number_integer()) return value.get<int64_t>();
     if (value.is_number_float()) {
         double number = value.get<double>();
-        auto whole = static_cast<int64_t>(number);
-        if (static_cast<double>(whole) == number) return whole;
+        // Inside the range where the conversion is defined, and whole.
+        if (number >= -9.2e18 && number <= 9.2e18 && std::trunc(number) == number) {
+            return static_cast<int64_t>(number);
+        }
     }
     mismatch(key, "an integer");
 }
