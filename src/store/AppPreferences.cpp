@@ -54,44 +54,10 @@ std::optional<AppPreferences::Size> windowSizeFromFrame(std::string_view frame) 
 
 }  // namespace
 
-// Observers live apart from the preferences so that a Subscription can end
-// after them, or from inside a notification.
-struct AppPreferences::Subscription::Observers {
-    uint64_t nextId = 1;
-    std::map<uint64_t, Observer> byId;
-};
-
-AppPreferences::Subscription::Subscription(std::weak_ptr<Observers> observers, uint64_t id)
-    : observers_(std::move(observers)), id_(id) {}
-
-AppPreferences::Subscription::Subscription(Subscription&& other) noexcept
-    : observers_(std::move(other.observers_)), id_(std::exchange(other.id_, 0)) {}
-
-AppPreferences::Subscription& AppPreferences::Subscription::operator=(
-    Subscription&& other) noexcept {
-    if (this != &other) {
-        cancel();
-        observers_ = std::move(other.observers_);
-        id_ = std::exchange(other.id_, 0);
-    }
-    return *this;
-}
-
-AppPreferences::Subscription::~Subscription() {
-    cancel();
-}
-
-void AppPreferences::Subscription::cancel() {
-    if (auto observers = observers_.lock()) observers->byId.erase(id_);
-    observers_.reset();
-    id_ = 0;
-}
-
 AppPreferences::AppPreferences(std::unique_ptr<KeyValueStore> store,
                                std::unique_ptr<SecretStore> secrets)
     : store_(std::move(store)),
       secrets_(std::move(secrets)),
-      observers_(std::make_shared<Subscription::Observers>()),
       lastUpdated_(std::chrono::system_clock::now()) {
     if (!store_) throw std::invalid_argument("AppPreferences needs a key-value store");
     if (!secrets_) throw std::invalid_argument("AppPreferences needs a secret store");
@@ -177,19 +143,12 @@ void AppPreferences::runStartUpSteps() {
     }
 }
 
-AppPreferences::Subscription AppPreferences::subscribe(Observer observer) {
-    const uint64_t id = observers_->nextId++;
-    observers_->byId.emplace(id, std::move(observer));
-    return Subscription(observers_, id);
+Subscription AppPreferences::subscribe(Observer observer) {
+    return observers_.subscribe(std::move(observer));
 }
 
 void AppPreferences::notify(std::string_view key) {
-    // A copy, so that observers may subscribe or unsubscribe while being told.
-    std::vector<std::pair<uint64_t, Observer>> current(observers_->byId.begin(),
-                                                       observers_->byId.end());
-    for (const auto& [id, observer] : current) {
-        if (observers_->byId.count(id)) observer(key);
-    }
+    observers_.notify(key);
 }
 
 json AppPreferences::value(Setting setting) const {

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <thread>
 
+#include "platform/ObserverList.h"
 #include "store/AppColorScheme.h"
 #include "store/AppFontLeading.h"
 #include "store/CodeBlockColorScheme.h"
@@ -58,23 +59,9 @@ class AppPreferences {
 
     using Observer = std::function<void(std::string_view key)>;
 
-    // Keeps an observer subscribed for as long as it lives. It may outlive the
-    // preferences, and may be destroyed inside a notification.
-    class Subscription {
-      public:
-        Subscription() = default;
-        Subscription(Subscription&& other) noexcept;
-        Subscription& operator=(Subscription&& other) noexcept;
-        ~Subscription();
-        void cancel();
-
-      private:
-        friend class AppPreferences;
-        struct Observers;
-        Subscription(std::weak_ptr<Observers> observers, uint64_t id);
-        std::weak_ptr<Observers> observers_;
-        uint64_t id_ = 0;
-    };
+    // Ends the subscription when destroyed; it may outlive the preferences,
+    // and may be cancelled from inside a notification.
+    using Subscription = folvane::Subscription;
 
     // Runs the start-up steps: reads the key, migrates the legacy font size,
     // loads the published settings and stores their values back.
@@ -268,7 +255,7 @@ class AppPreferences {
 
     std::unique_ptr<KeyValueStore> store_;
     std::unique_ptr<SecretStore> secrets_;
-    std::shared_ptr<Subscription::Observers> observers_;
+    ObserverList<std::string_view> observers_;
     std::map<Setting, nlohmann::json> published_;
     std::string openAIKey_;
     std::chrono::system_clock::time_point lastUpdated_;
