@@ -95,7 +95,8 @@ TEST(SecretStoreIntegrationTest, WithNoReachableBusTheKeyStaysInMemoryForTheSess
 
         const auto started = std::chrono::steady_clock::now();
         auto preferences = AppPreferences::open(configDirectory);
-        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(500));
+        // No hang: well under the 25-second D-Bus timeout, with room for a busy machine.
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
         EXPECT_FALSE(preferences->isSecretStoreAvailable());
         EXPECT_THAT(preferences->secretStoreLocation(), HasSubstr("memory"));
 
