@@ -13,15 +13,21 @@ namespace folvane {
 namespace {
 
 // Tesseract's OpenMP loops slow a page down when several pages run at once.
-// The OpenMP runtime reads OMP_THREAD_LIMIT when it is loaded, before main, so
-// the limit is also set where it still counts: the calling thread's own team
-// size, through the runtime's entry point when the runtime is present.
+// The OpenMP runtime reads OMP_THREAD_LIMIT once, when it is loaded (before
+// main), and Tesseract asks for its team sizes explicitly, so neither the
+// variable set now nor omp_set_num_threads holds them. What does: no active
+// nesting level at all on the recognizing thread, which makes every parallel
+// region it meets run on that thread alone. The runtime's entry points are
+// looked up, so nothing changes when Tesseract is built without OpenMP.
 void limitOpenMpToOneThread() {
     setenv("OMP_THREAD_LIMIT", "1", 0);
-    using SetThreads = void (*)(int);
-    static const auto setThreads =
-        reinterpret_cast<SetThreads>(dlsym(RTLD_DEFAULT, "omp_set_num_threads"));
-    if (setThreads) setThreads(1);
+    using SetInt = void (*)(int);
+    static const auto setMaxActiveLevels =
+        reinterpret_cast<SetInt>(dlsym(RTLD_DEFAULT, "omp_set_max_active_levels"));
+    static const auto setNumThreads =
+        reinterpret_cast<SetInt>(dlsym(RTLD_DEFAULT, "omp_set_num_threads"));
+    if (setMaxActiveLevels) setMaxActiveLevels(0);
+    if (setNumThreads) setNumThreads(1);
 }
 
 std::string resolveDataPath(std::string dataPath) {
