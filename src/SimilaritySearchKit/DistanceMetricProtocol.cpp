@@ -26,7 +26,8 @@ std::vector<ScoredPosition> selectTop(std::vector<ScoredPosition> scores, int re
             const auto worse = std::find_if(held.begin(), held.end(), [&](const auto& element) {
                 return before(candidate, element);
             });
-            const auto position = worse - held.begin();
+            // With no held element worse, the candidate takes the last place.
+            const auto position = std::min(worse - held.begin(), std::ptrdiff_t(k) - 1);
             held.pop_back();
             held.insert(held.begin() + position, candidate);
         }
