@@ -4,8 +4,6 @@
 #include <atomic>
 #include <cctype>
 #include <stdexcept>
-#include <string_view>
-#include <unordered_map>
 
 #include "SimilaritySearchKit/CosineSimilarity.h"
 #include "SimilaritySearchKit/JsonStore.h"
@@ -22,22 +20,6 @@ constexpr int defaultTop = 5;
 std::size_t addWorkerCount(std::size_t items) {
     const std::size_t cores = std::max(4u, std::thread::hardware_concurrency());
     return std::min(items, cores);
-}
-
-// For each id, the position of the first item that has it, if any. One pass
-// over the list, whatever the number of ids.
-std::vector<std::optional<std::size_t>> firstPositions(const std::vector<IndexItem>& items,
-                                                       const std::vector<std::string>& ids) {
-    std::vector<std::optional<std::size_t>> found(ids.size());
-    std::unordered_map<std::string_view, std::vector<std::size_t>> wanted;
-    for (std::size_t i = 0; i < ids.size(); ++i) wanted[ids[i]].push_back(i);
-    for (std::size_t position = 0; position < items.size() && !wanted.empty(); ++position) {
-        const auto match = wanted.find(items[position].id);
-        if (match == wanted.end()) continue;
-        for (const std::size_t i : match->second) found[i] = position;
-        wanted.erase(match);
-    }
-    return found;
 }
 
 }  // namespace
@@ -72,11 +54,25 @@ std::vector<IndexItem> SimilarityIndex::indexItems() const {
 void SimilarityIndex::setIndexItems(std::vector<IndexItem> items) {
     std::unique_lock lock(mutex_);
     items_ = std::move(items);
+    reindexIds();
 }
 
 void SimilarityIndex::modifyIndexItems(const std::function<void(std::vector<IndexItem>&)>& change) {
     std::unique_lock lock(mutex_);
     change(items_);
+    reindexIds();
+}
+
+void SimilarityIndex::append(IndexItem item) {
+    firstPositions_.try_emplace(item.id, items_.size());
+    items_.push_back(std::move(item));
+}
+
+void SimilarityIndex::reindexIds() {
+    firstPositions_.clear();
+    for (std::size_t position = 0; position < items_.size(); ++position) {
+        firstPositions_.try_emplace(items_[position].id, position);
+    }
 }
 
 int SimilarityIndex::dimension() const {
@@ -117,7 +113,7 @@ void SimilarityIndex::addItem(std::string id, std::string text, Metadata metadat
     IndexItem item{std::move(id), std::move(text), {}, std::move(metadata)};
     item.embedding = getEmbedding(item.text, vector);
     std::unique_lock lock(mutex_);
-    items_.push_back(std::move(item));
+    append(std::move(item));
 }
 
 void SimilarityIndex::addItems(const std::vector<std::string>& ids,
@@ -155,17 +151,16 @@ void SimilarityIndex::addItems(const std::vector<IndexItem>& items,
             copy.embedding = getEmbedding(copy.text);
         }
         std::unique_lock lock(mutex_);
-        items_.push_back(std::move(copy));
+        append(std::move(copy));
     }
     if (completion) completion();
 }
 
 std::optional<IndexItem> SimilarityIndex::getItem(const std::string& id) const {
     std::shared_lock lock(mutex_);
-    const auto found =
-        std::find_if(items_.begin(), items_.end(), [&](const auto& item) { return item.id == id; });
-    if (found == items_.end()) return std::nullopt;
-    return *found;
+    const auto found = firstPositions_.find(id);
+    if (found == firstPositions_.end()) return std::nullopt;
+    return items_[found->second];
 }
 
 std::vector<IndexItem> SimilarityIndex::sample(int count) const {
@@ -182,22 +177,25 @@ void SimilarityIndex::updateItem(const std::string& id, const std::optional<std:
             std::to_string(vector->size()));
     }
     std::unique_lock lock(mutex_);
-    const auto found =
-        std::find_if(items_.begin(), items_.end(), [&](const auto& item) { return item.id == id; });
-    if (found == items_.end()) return;
-    if (text) found->text = *text;
-    if (vector) found->embedding = *vector;
-    if (metadata) found->metadata = *metadata;
+    const auto found = firstPositions_.find(id);
+    if (found == firstPositions_.end()) return;
+    IndexItem& item = items_[found->second];
+    if (text) item.text = *text;
+    if (vector) item.embedding = *vector;
+    if (metadata) item.metadata = *metadata;
 }
 
 void SimilarityIndex::removeItem(const std::string& id) {
     std::unique_lock lock(mutex_);
+    if (!firstPositions_.contains(id)) return;
     std::erase_if(items_, [&](const IndexItem& item) { return item.id == id; });
+    reindexIds();
 }
 
 void SimilarityIndex::removeAll() {
     std::unique_lock lock(mutex_);
     items_.clear();
+    firstPositions_.clear();
 }
 
 std::int64_t SimilarityIndex::estimatedSizeInBytes() const {
@@ -240,14 +238,14 @@ std::vector<SearchResult> SimilarityIndex::search(
     std::vector<SearchResult> results;
     results.reserve(nearest.size());
     std::shared_lock lock(mutex_);
-    const auto positions = firstPositions(items_, ids);
     for (std::size_t i = 0; i < nearest.size(); ++i) {
-        if (!positions[i]) {
+        const auto found = firstPositions_.find(ids[i]);
+        if (found == firstPositions_.end()) {
             log("Failed to find item with id '" + ids[i] + "' in indexItems.");
             results.push_back(SearchResult{"000000", 0, "fail", {}});
             continue;
         }
-        const IndexItem& item = items_[*positions[i]];
+        const IndexItem& item = items_[found->second];
         results.push_back(SearchResult{item.id, nearest[i].first, item.text, item.metadata});
     }
     return results;

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "SimilaritySearchKit/DistanceMetricProtocol.h"
@@ -119,13 +120,19 @@ class SimilarityIndex {
 
   private:
     std::filesystem::path defaultDirectory() const;
+    // Both with the lock held exclusively.
+    void append(IndexItem item);
+    void reindexIds();
 
     const std::shared_ptr<EmbeddingsProtocol> model_;
     const std::shared_ptr<VectorStoreProtocol> vectorStore_;
     int dimension_ = 0;
 
-    mutable std::shared_mutex mutex_;  // guards the three fields below
+    mutable std::shared_mutex mutex_;  // guards the four fields below
     std::vector<IndexItem> items_;
+    // The position of the first item with each id, kept with every change, so
+    // that reading an item by id costs no scan of the list.
+    std::unordered_map<std::string, std::size_t> firstPositions_;
     std::string name_;
     std::shared_ptr<const DistanceMetricProtocol> metric_;
 
