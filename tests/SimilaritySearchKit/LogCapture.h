@@ -1,0 +1,37 @@
+#pragma once
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/Log.h"
+
+namespace folvane::test {
+
+// Collects the log lines written while it lives.
+class LogCapture {
+  public:
+    LogCapture() {
+        setLogSink([this](std::string_view line) {
+            std::scoped_lock lock(mutex_);
+            lines_.emplace_back(line);
+        });
+    }
+    ~LogCapture() { setLogSink(nullptr); }
+
+    std::vector<std::string> lines() {
+        std::scoped_lock lock(mutex_);
+        return lines_;
+    }
+    bool contains(const std::string& line) {
+        const auto all = lines();
+        return std::find(all.begin(), all.end(), line) != all.end();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+}  // namespace folvane::test
