@@ -97,16 +97,6 @@ TEST(FindNearest, OrdersByEachMetricsDirection) {
     EXPECT_FLOAT_EQ(scored[1].first, 1);
 }
 
-TEST(FindNearest, CountsOfZeroOrLessOrNoNeighborsGiveNothingAndLargeCountsGiveAll) {
-    const std::vector<float> query{1, 0};
-    const Vectors neighbors{{1, 0}, {2, 0}, {3, 0}};
-    EXPECT_TRUE(DotProduct().findNearest(query, neighbors, 0).empty());
-    EXPECT_TRUE(DotProduct().findNearest(query, neighbors, -3).empty());
-    EXPECT_TRUE(DotProduct().findNearest(query, Vectors{}, 5).empty());
-    EXPECT_EQ(positions(DotProduct().findNearest(query, neighbors, 100)),
-              (std::vector<int>{2, 1, 0}));
-}
-
 // Every later element scores 1 and so ties with the held worst one: the
 // partial path lets each of them replace it, the full sort keeps the first.
 TEST(TopKSelection, TiesAtTheCutFallDifferentlyInThePartialAndTheFullPath) {

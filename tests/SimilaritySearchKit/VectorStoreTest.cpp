@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "SimilaritySearchKit/BinaryStore.h"
-#include "SimilaritySearchKit/DotProduct.h"
 #include "SimilaritySearchKit/Files.h"
 #include "SimilaritySearchKit/JsonStore.h"
 #include "SimilaritySearchKit/LogCapture.h"
@@ -110,14 +109,6 @@ TEST(VectorStores, LoadingAMissingOrDamagedFileThrows) {
     }
 }
 
-TEST(JsonStore, WritesOneCompactArrayOfItems) {
-    TempDir dir;
-    const auto file = JsonStore().saveIndex({sampleItems[2]}, dir.path(), "x");
-    EXPECT_EQ(test::readFile(file),
-              "[{\"id\":\"c3\",\"text\":\"\",\"embedding\":[1.0,2.0,3.0],"
-              "\"metadata\":{\"bookmarkId\":\"4\",\"page\":\"Optional(2)\"}}]");
-}
-
 TEST(BinaryStore, WritesLengthPrefixedJsonRecordsCompressedWithLzma) {
     LogCapture log;
     TempDir dir;
@@ -179,29 +170,7 @@ TEST(SimilarityIndexFiles, SavesUnderTheIndexNameAndLoadsTheFirstFileContainingA
         log.contains("Loaded 2 index items from " + (dir.path() / "my-notes-old.json").string()));
 }
 
-TEST(SimilarityIndexFiles, DefaultsToTheApplicationDataDirectoryAndTheChosenStore) {
-    TempDir dir;
-    const char* previous = std::getenv("XDG_DATA_HOME");
-    const std::string saved = previous ? previous : "";
-    ::setenv("XDG_DATA_HOME", dir.path().c_str(), 1);
-    auto model = std::make_shared<FakeEmbeddings>(2);
-    SimilarityIndex index("binary", model, std::make_shared<DotProduct>(),
-                          std::make_shared<BinaryStore>());
-    index.addItem("1", "one", {});
-    const auto file = index.saveIndex();
-    SimilarityIndex reloaded("binary", model, nullptr, std::make_shared<BinaryStore>());
-    EXPECT_TRUE(reloaded.loadIndex());
-    reloaded.waitForPendingLoads();
-    if (previous) {
-        ::setenv("XDG_DATA_HOME", saved.c_str(), 1);
-    } else {
-        ::unsetenv("XDG_DATA_HOME");
-    }
-    EXPECT_EQ(file, dir.path() / "co.tessavel.Folvane" / "binary.dat");
-    EXPECT_EQ(reloaded.indexItems(), index.indexItems());
-}
-
-TEST(FilesCsv, QuotesIdAndTextWritesShortestFloatsAndJoinsMetadata) {
+TEST(FilesCsv, QuotesIdAndTextWritesShortestFloatsJoinsMetadataAndSavesToDocuments) {
     EXPECT_EQ(Files::csvText({}), "id,text,embedding,metadata");
     EXPECT_EQ(
         Files::csvText(sampleItems),
@@ -209,19 +178,6 @@ TEST(FilesCsv, QuotesIdAndTextWritesShortestFloatsAndJoinsMetadata) {
         "\"a1\",\"Text with \"\"quotes\"\", commas\nand lines\",\"0.1 -2.5 3e-08\",\"page: 1\"\n"
         "\"b2\",\"ünïcödé\",\"\",\"\"\n"
         "\"c3\",\"\",\"1 2 3\",\"bookmarkId: 4; page: Optional(2)\"");
-}
-
-TEST(FilesCsv, SavesAtomicallyIntoTheDocumentsFolderAndLogs) {
-    LogCapture log;
-    TempDir dir;
-    const Files files(dir.path() / "Documents");
-    const auto file = files.saveCSV(sampleItems, "export");
-    EXPECT_EQ(file, dir.path() / "Documents" / "export.csv");
-    EXPECT_EQ(test::readFile(file), Files::csvText(sampleItems));
-    EXPECT_TRUE(log.contains("CSV file saved at: " + file.string()));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path() / "Documents"),
-                            std::filesystem::directory_iterator()),
-              1);
 }
 
 }  // namespace
