@@ -39,6 +39,7 @@ const std::vector<std::string>& corpus() {
         "हिन्दी: मैं काँच खा सकता हूँ। বাংলা: আমি কাঁচ খেতে পারি।",
         "Emoji: 😀😃😄 👍🏽 👨‍👩‍👧‍👦 🇫🇷 ❤️ ✨🚀 and 🤖!",
         "Zero\u200bwidth, non\u00a0breaking, thin\u2009space, ideographic\u3000space.",
+        "Rare blanks: a\u0085\u0085b \ufeff c\v\vd \u2028 e\u00a0\u00a0 f\u180e\u180eg\f\f",
         "int main(int argc, char** argv) {\n    for (int i = 0; i < argc; ++i) {\n"
         "        std::cout << argv[i] << '\\n';\n    }\n    return 0;\n}\n",
         "def f(x):\n    return {'a': [1, 2, 3], \"b\": (x ** 2) // 3}  # comment\n",
@@ -101,8 +102,9 @@ TEST_P(ReferenceTokenizerTest, IdsEqualTheIndependentTokenizer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Npm, ReferenceTokenizerTest,
-                         ::testing::Values("js-tiktoken", "gpt-3-encoder"), [](const auto& info) {
-                             return info.param == "js-tiktoken" ? "JsTiktoken" : "Gpt3Encoder";
+                         ::testing::Values("js-tiktoken", "gpt-3-encoder"),
+                         [](const auto& instance) {
+                             return instance.param == "js-tiktoken" ? "JsTiktoken" : "Gpt3Encoder";
                          });
 
 TEST(GPTEncoderTest, DecodingTheIdsGivesTheTextBack) {
