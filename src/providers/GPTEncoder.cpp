@@ -131,6 +131,67 @@ size_t utf8Length(const char16_t* units, int32_t from, int32_t to) {
     return bytes;
 }
 
+// Reads the integer members of a top-level JSON object without building a
+// document; anything but such an object gives nothing.
+class VocabularyReader : public nlohmann::json_sax<nlohmann::json> {
+  public:
+    std::vector<std::pair<std::string, int>> entries;
+
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t value) override { return integer(value); }
+    bool number_unsigned(number_unsigned_t value) override {
+        return value <= static_cast<number_unsigned_t>(std::numeric_limits<int>::max())
+                   ? integer(static_cast<int64_t>(value))
+                   : true;
+    }
+    bool number_float(number_float_t, const string_t&) override { return true; }
+    bool string(string_t&) override { return true; }
+    bool binary(binary_t&) override { return true; }
+    bool start_object(std::size_t) override {
+        ++depth_;
+        return true;
+    }
+    bool key(string_t& name) override {
+        if (depth_ == 1) key_ = std::move(name);
+        return true;
+    }
+    bool end_object() override {
+        --depth_;
+        return true;
+    }
+    bool start_array(std::size_t) override {
+        if (depth_ == 0) return false;
+        ++depth_;
+        return true;
+    }
+    bool end_array() override {
+        --depth_;
+        return true;
+    }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::json::exception&) override {
+        return false;
+    }
+
+  private:
+    bool integer(int64_t value) {
+        if (depth_ == 1 && value >= std::numeric_limits<int>::min() &&
+            value <= std::numeric_limits<int>::max()) {
+            entries.emplace_back(std::move(key_), static_cast<int>(value));
+        }
+        return true;
+    }
+
+    int depth_ = 0;
+    std::string key_;
+};
+
+std::vector<std::pair<std::string, int>> readVocabulary(const std::string& json) {
+    VocabularyReader reader;
+    if (!nlohmann::json::sax_parse(json, &reader)) return {};
+    return std::move(reader.entries);
+}
+
 }  // namespace
 
 struct GPTEncoder::Pretokenizer {
@@ -171,17 +232,13 @@ GPTEncoder::GPTEncoder(Sources sources) : bpeText_(std::move(sources.bpe)) {
         regex_ = std::make_unique<Pretokenizer>(Pretokenizer{std::move(pattern)});
 
     byteTokens_.fill(-1);
-    const auto json = nlohmann::json::parse(sources.encoderJson, nullptr, false);
-    if (json.is_object()) {
-        std::string bytes;
-        for (const auto& [symbol, id] : json.items()) {
-            if (!id.is_number_integer()) continue;
-            const int token = id.get<int>();
-            encoder_.emplace(symbol, token);
-            if (!unmapSymbol(symbol, bytes)) continue;
+    std::string bytes;
+    for (auto& [symbol, token] : readVocabulary(sources.encoderJson)) {
+        if (unmapSymbol(symbol, bytes)) {
             decoder_.emplace(token, bytes);
             if (bytes.size() == 1) byteTokens_[static_cast<unsigned char>(bytes[0])] = token;
         }
+        encoder_.insert_or_assign(std::move(symbol), token);
     }
 }
 

@@ -172,8 +172,14 @@ TEST(GPTEncoderTest, MissingOrBrokenFilesGiveNoIdsAndNoError) {
     EXPECT_THAT(missing.encode("Hello world"), IsEmpty());
     EXPECT_EQ(missing.decode({15496}), "");
 
-    const GPTEncoder broken(GPTEncoder::Sources{"#version\nH e\n", "{not json"});
-    EXPECT_THAT(broken.encode("Hello world"), IsEmpty());
+    for (const char* json : {"{not json", R"([{"H": 39}])", R"({"H": 39)", "39"}) {
+        const GPTEncoder broken(GPTEncoder::Sources{"#version\nH e\n", json});
+        EXPECT_THAT(broken.encode("Hello world"), IsEmpty()) << json;
+    }
+    // Members that are not integers are passed over.
+    const GPTEncoder mixed(GPTEncoder::Sources{
+        "#version\n", R"({"H": 1.5, "x": {"H": 7}, "y": [8], "e": "9", "o": 4})"});
+    EXPECT_THAT(mixed.encode("Hello"), ElementsAre(4));
 }
 
 TEST(GPTEncoderTest, ManyThreadsEncodingAtOnceGetTheSameIds) {
