@@ -288,7 +288,11 @@ TEST(PdfTextExtractor, AFailedPageCostsOnlyThatPage) {
 TEST(PdfTextExtractor, AScannedDocumentGoesWhollyToOcrInPageOrder) {
     Harness harness;
     std::vector<FakePage> scans;
-    for (int i = 0; i < 40; ++i) scans.push_back({std::nullopt, {}, i + 1});
+    for (int i = 0; i < 40; ++i) {
+        FakePage scan;
+        scan.number = i + 1;
+        scans.push_back(std::move(scan));
+    }
     scans[5].text = longText;
     FakePdf pdf(std::move(scans));
     const auto pages = harness.extractor({}, 4).extractPagesDetailed(pdf, true, false);

@@ -1,0 +1,78 @@
+// The pages command, run as the built program.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "support/CliRunner.h"
+#include "support/TempDir.h"
+#include "support/TestPdf.h"
+
+namespace folvane {
+namespace {
+
+using ::testing::HasSubstr;
+
+class PagesCommandTest : public ::testing::Test {
+  protected:
+    test::TempDir home;
+
+    test::CliResult cli(const std::vector<std::string>& args) {
+        std::vector<std::string> all = {"--data-dir", home / "data"};
+        all.insert(all.end(), args.begin(), args.end());
+        return test::runCli(all, {{"HOME", home.path().string()},
+                                  {"XDG_CONFIG_HOME", home / "config"},
+                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
+    }
+
+    std::vector<nlohmann::json> jsonLines(const std::string& out) {
+        std::vector<nlohmann::json> rows;
+        std::istringstream lines(out);
+        for (std::string line; std::getline(lines, line);)
+            rows.push_back(nlohmann::json::parse(line));
+        return rows;
+    }
+};
+
+TEST_F(PagesCommandTest, PrintsEachPageDocumentWithItsNumberAndHowItWasRead) {
+    const std::string longText = "A page whose text layer is long enough to be used.";
+    const std::string path = home / "doc.pdf";
+    test::writeFile(path, test::makePdfWithPages({test::TestPage({longText}), test::TestPage(),
+                                                  test::TestPage({"Hello"}, 48)}));
+
+    auto result = cli({"pages", path, "--json"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    auto rows = jsonLines(result.out);
+    ASSERT_EQ(rows.size(), 2u) << result.out;
+    EXPECT_EQ(rows[0], nlohmann::json({{"page", 1}, {"ocr", false}, {"text", longText}}));
+    EXPECT_EQ(rows[1], nlohmann::json({{"page", 3}, {"ocr", true}, {"text", "Hello"}}));
+
+    result = cli({"pages", "--force-ocr", path, "--json"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    rows = jsonLines(result.out);
+    ASSERT_EQ(rows.size(), 3u) << "the blank page is read too, and yields an empty text";
+    for (const auto& row : rows) EXPECT_TRUE(row["ocr"].get<bool>()) << row;
+    EXPECT_EQ(rows[1]["text"], "");
+
+    result = cli({"pages", path});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("== page 1 (text layer)\n" + longText + "\n"));
+    EXPECT_THAT(result.out, HasSubstr("== page 3 (OCR)\nHello\n"));
+}
+
+TEST_F(PagesCommandTest, FailsOnWhatItCannotOpen) {
+    const std::string notPdf = home / "notes.pdf";
+    test::writeFile(notPdf, "plain words");
+    for (const std::string& path : {notPdf, home / "missing.pdf"}) {
+        const auto result = cli({"pages", path});
+        EXPECT_EQ(result.exitCode, 1) << path;
+        EXPECT_THAT(result.err, HasSubstr("Failed to load PDF document.")) << path;
+    }
+    EXPECT_EQ(cli({"pages"}).exitCode, 2);
+    EXPECT_EQ(cli({"pages", notPdf, "extra"}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace folvane
