@@ -129,7 +129,7 @@ void BM_MutoolText(benchmark::State& state) {
     state.counters["pages/s"] =
         benchmark::Counter(textPages, benchmark::Counter::kIsIterationInvariantRate);
 }
-BENCHMARK(BM_MutoolText)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MutoolText)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_ExtractText(benchmark::State& state) {
     const PdfTextExtractor extractor(OcrSettings{});
@@ -144,7 +144,7 @@ void BM_ExtractText(benchmark::State& state) {
     state.counters["pages/s"] =
         benchmark::Counter(textPages, benchmark::Counter::kIsIterationInvariantRate);
 }
-BENCHMARK(BM_ExtractText)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ExtractText)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_TesseractCommand(benchmark::State& state) {
     for (auto _ : state) {
