@@ -56,5 +56,22 @@ int runKeyCommand(CliContext& context, const CliArguments& args);
 int runTokensCommand(CliContext& context, const CliArguments& args);
 int runPagesCommand(CliContext& context, const CliArguments& args);
 int runChunksCommand(CliContext& context, const CliArguments& args);
+int runEmbedCommand(CliContext& context, const CliArguments& args);
+int runIndexCommand(CliContext& context, const CliArguments& args);
+int runAddDocumentsCommand(CliContext& context, const CliArguments& args);
+int runRemoveDocumentCommand(CliContext& context, const CliArguments& args);
+int runReprocessCommand(CliContext& context, const CliArguments& args);
+int runModelsCommand(CliContext& context, const CliArguments& args);
+int runExportCommand(CliContext& context, const CliArguments& args);
+int runForkCommand(CliContext& context, const CliArguments& args);
+int runRemoveCommand(CliContext& context, const CliArguments& args);
+int runAskCommand(CliContext& context, const CliArguments& args);
+int runRegenerateCommand(CliContext& context, const CliArguments& args);
+int runContinueCommand(CliContext& context, const CliArguments& args);
+int runEditCommand(CliContext& context, const CliArguments& args);
+int runResetContextCommand(CliContext& context, const CliArguments& args);
+int runClearMarkersCommand(CliContext& context, const CliArguments& args);
+int runDeleteMessagesCommand(CliContext& context, const CliArguments& args);
+int runSearchCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

@@ -26,6 +26,31 @@ Commands:
   pages FILE.pdf [--force-ocr] [--json]
                                   print a PDF's text page by page, with OCR where needed
   chunks FILE.pdf [--json]        print the chunks a PDF is cut into, with page and tokens
+  embed [--model native|distilbert] TEXT
+                                  print the embedding of a text: model, dimension, first values
+  index CHAT_ID                   load or build the indexes of a chat's documents
+  add-documents CHAT_ID FILE.pdf...
+                                  add documents to a chat and index them
+  remove-document CHAT_ID BOOKMARK_ID
+                                  take a document out of a chat
+  reprocess CHAT_ID BOOKMARK_ID [--ocr]
+                                  index a document again, with OCR on every page if asked
+  ask CHAT_ID QUESTION [--quote TEXT | --image FILE]
+                                  ask a question and stream the answer
+  regenerate CHAT_ID              answer the last question again
+  continue CHAT_ID                continue the last answer
+  edit CHAT_ID MESSAGE_ID TEXT [--resend]
+                                  change a message's text (and send it again)
+  reset-context CHAT_ID           start a new context after the last message
+  clear-markers CHAT_ID           remove every context marker
+  delete-messages CHAT_ID         delete all of a chat's messages
+  search CHAT_ID KEYWORD          list the messages that contain a word
+  fork CHAT_ID MESSAGE_ID         copy a chat up to a message into a new chat
+  remove CHAT_ID                  delete a chat
+  export CHAT_ID --format markdown|html|json [-o FILE]
+                                  write a chat to a file
+  models list | add PROVIDER [OPTIONS] | default ID | remove ID
+                                  manage custom models on OpenAI-compatible servers
   help                            show this text
 
 Options:
@@ -36,10 +61,31 @@ Options:
 using Command = int (*)(folvane::CliContext&, const folvane::CliArguments&);
 
 const std::map<std::string, Command> commands{
-    {"chats", folvane::runChatsCommand},       {"open", folvane::runOpenCommand},
-    {"messages", folvane::runMessagesCommand}, {"settings", folvane::runSettingsCommand},
-    {"key", folvane::runKeyCommand},           {"tokens", folvane::runTokensCommand},
-    {"pages", folvane::runPagesCommand},       {"chunks", folvane::runChunksCommand},
+    {"chats", folvane::runChatsCommand},
+    {"open", folvane::runOpenCommand},
+    {"messages", folvane::runMessagesCommand},
+    {"settings", folvane::runSettingsCommand},
+    {"key", folvane::runKeyCommand},
+    {"tokens", folvane::runTokensCommand},
+    {"pages", folvane::runPagesCommand},
+    {"chunks", folvane::runChunksCommand},
+    {"embed", folvane::runEmbedCommand},
+    {"index", folvane::runIndexCommand},
+    {"add-documents", folvane::runAddDocumentsCommand},
+    {"remove-document", folvane::runRemoveDocumentCommand},
+    {"reprocess", folvane::runReprocessCommand},
+    {"models", folvane::runModelsCommand},
+    {"export", folvane::runExportCommand},
+    {"fork", folvane::runForkCommand},
+    {"remove", folvane::runRemoveCommand},
+    {"ask", folvane::runAskCommand},
+    {"regenerate", folvane::runRegenerateCommand},
+    {"continue", folvane::runContinueCommand},
+    {"edit", folvane::runEditCommand},
+    {"reset-context", folvane::runResetContextCommand},
+    {"clear-markers", folvane::runClearMarkersCommand},
+    {"delete-messages", folvane::runDeleteMessagesCommand},
+    {"search", folvane::runSearchCommand},
 };
 
 }  // namespace
