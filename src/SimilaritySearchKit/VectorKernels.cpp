@@ -1,96 +1,96 @@
 #include "SimilaritySearchKit/VectorKernels.h"
 
-// The helpers below pass vectors by value only inside this file, so the
-// calling convention of such values in other units does not matter.
+#include <array>
+
+#include "platform/Log.h"
+
+// The kernels pass vectors by value only inside this file, so the calling
+// convention of such values in other units does not matter.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace folvane::kernels {
 
 namespace {
 
-// Eight floats, one register of the 256-bit unit or two of the 128-bit one.
-// Sums held in these are independent per lane, so the loops below need no
-// licence to reorder additions to run on vector instructions.
-typedef float Lanes __attribute__((vector_size(32)));
-constexpr std::size_t width = sizeof(Lanes) / sizeof(float);
+namespace baseline {
+#include "SimilaritySearchKit/VectorKernelBodies.inc"
+}  // namespace baseline
 
-inline Lanes load(const float* p) {
-    Lanes lanes;
-    __builtin_memcpy(&lanes, p, sizeof lanes);
-    return lanes;
+#if defined(__x86_64__) && !defined(__clang__)
+#pragma GCC push_options
+#pragma GCC target("avx2")
+namespace wide {
+#include "SimilaritySearchKit/VectorKernelBodies.inc"
+}  // namespace wide
+#pragma GCC pop_options
+#endif
+
+struct KernelSet {
+    float (*dot)(const float*, const float*, std::size_t);
+    float (*sumOfSquares)(const float*, std::size_t);
+    float (*squaredDistance)(const float*, const float*, std::size_t);
+    DotAndSquares (*dotAndSquares)(const float*, const float*, std::size_t);
+};
+
+constexpr KernelSet baselineSet{baseline::dot, baseline::sumOfSquares, baseline::squaredDistance,
+                                baseline::dotAndSquares};
+
+// Small whole numbers sum exactly in floats, so every correct kernel set gives
+// the same answers bit for bit. A processor that claims AVX2 is trusted with it
+// only after it computes these right: some virtual machines have been seen to
+// get 256-bit sums wrong.
+bool computesLikeBaseline(const KernelSet& set) {
+    std::array<float, 37> a{}, b{};
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        a[i] = float(int(i % 7) - 3);
+        b[i] = float(int(i % 5) - 1);
+    }
+    for (const std::size_t count : {std::size_t{0}, std::size_t{3}, std::size_t{16}, a.size()}) {
+        const auto got = set.dotAndSquares(a.data(), b.data(), count);
+        const auto want = baselineSet.dotAndSquares(a.data(), b.data(), count);
+        if (set.dot(a.data(), b.data(), count) != baselineSet.dot(a.data(), b.data(), count) ||
+            set.sumOfSquares(a.data(), count) != baselineSet.sumOfSquares(a.data(), count) ||
+            set.squaredDistance(a.data(), b.data(), count) !=
+                baselineSet.squaredDistance(a.data(), b.data(), count) ||
+            got.dot != want.dot || got.squaresOfB != want.squaresOfB)
+            return false;
+    }
+    return true;
 }
 
-inline float total(Lanes lanes) {
-    float sum = 0;
-    for (std::size_t j = 0; j < width; ++j) sum += lanes[j];
-    return sum;
+KernelSet chooseKernels() {
+#if defined(__x86_64__) && !defined(__clang__)
+    if (__builtin_cpu_supports("avx2")) {
+        const KernelSet wideSet{wide::dot, wide::sumOfSquares, wide::squaredDistance,
+                                wide::dotAndSquares};
+        if (computesLikeBaseline(wideSet)) return wideSet;
+        log("The processor claims AVX2 but computes its sums wrongly; vector search uses SSE2.");
+    }
+#endif
+    return baselineSet;
+}
+
+const KernelSet& kernelSet() {
+    static const KernelSet chosen = chooseKernels();
+    return chosen;
 }
 
 }  // namespace
 
-// On x86-64 each kernel is built twice, for AVX2 and for the baseline unit;
-// the loader picks one by the processor at start.
-#if defined(__x86_64__) && !defined(__clang__)
-#define FOLVANE_KERNEL __attribute__((target_clones("avx2", "default")))
-#else
-#define FOLVANE_KERNEL
-#endif
-
-FOLVANE_KERNEL float dot(const float* a, const float* b, std::size_t count) {
-    Lanes first = {}, second = {};
-    std::size_t i = 0;
-    for (; i + 2 * width <= count; i += 2 * width) {
-        first += load(a + i) * load(b + i);
-        second += load(a + i + width) * load(b + i + width);
-    }
-    float sum = total(first + second);
-    for (; i < count; ++i) sum += a[i] * b[i];
-    return sum;
+float dot(const float* a, const float* b, std::size_t count) {
+    return kernelSet().dot(a, b, count);
 }
 
-FOLVANE_KERNEL float sumOfSquares(const float* a, std::size_t count) {
-    Lanes first = {}, second = {};
-    std::size_t i = 0;
-    for (; i + 2 * width <= count; i += 2 * width) {
-        const Lanes x = load(a + i), y = load(a + i + width);
-        first += x * x;
-        second += y * y;
-    }
-    float sum = total(first + second);
-    for (; i < count; ++i) sum += a[i] * a[i];
-    return sum;
+float sumOfSquares(const float* a, std::size_t count) {
+    return kernelSet().sumOfSquares(a, count);
 }
 
-FOLVANE_KERNEL float squaredDistance(const float* a, const float* b, std::size_t count) {
-    Lanes first = {}, second = {};
-    std::size_t i = 0;
-    for (; i + 2 * width <= count; i += 2 * width) {
-        const Lanes x = load(a + i) - load(b + i);
-        const Lanes y = load(a + i + width) - load(b + i + width);
-        first += x * x;
-        second += y * y;
-    }
-    float sum = total(first + second);
-    for (; i < count; ++i) sum += (a[i] - b[i]) * (a[i] - b[i]);
-    return sum;
+float squaredDistance(const float* a, const float* b, std::size_t count) {
+    return kernelSet().squaredDistance(a, b, count);
 }
 
-FOLVANE_KERNEL DotAndSquares dotAndSquares(const float* a, const float* b, std::size_t count) {
-    Lanes products = {}, moreProducts = {}, squares = {}, moreSquares = {};
-    std::size_t i = 0;
-    for (; i + 2 * width <= count; i += 2 * width) {
-        const Lanes x = load(b + i), y = load(b + i + width);
-        products += load(a + i) * x;
-        moreProducts += load(a + i + width) * y;
-        squares += x * x;
-        moreSquares += y * y;
-    }
-    DotAndSquares result{total(products + moreProducts), total(squares + moreSquares)};
-    for (; i < count; ++i) {
-        result.dot += a[i] * b[i];
-        result.squaresOfB += b[i] * b[i];
-    }
-    return result;
+DotAndSquares dotAndSquares(const float* a, const float* b, std::size_t count) {
+    return kernelSet().dotAndSquares(a, b, count);
 }
 
 }  // namespace folvane::kernels
