@@ -2,6 +2,8 @@
 # Installs what is missing, builds, and runs every test.
 #   ./test.sh                 all tests (unit, integration, gui)
 #   ./test.sh --sanitize      the same under AddressSanitizer + UndefinedBehaviorSanitizer
+#   ./test.sh --threads       the unit tests of the threaded subsystems (chat, conversation,
+#                             documents, index) under ThreadSanitizer
 #   ./test.sh -L unit         extra arguments go to ctest (here: only the unit tests)
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -15,6 +17,11 @@ for arg in "$@"; do
             dir=build-sanitize
             options+=(-DFOLVANE_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
             ;;
+        --threads)
+            dir=build-tsan
+            options+=(-DFOLVANE_THREAD_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
+            ctest_args+=(-L unit -R '^(chat|conversation|documents|SimilaritySearchKit)\.')
+            ;;
         *) ctest_args+=("$arg") ;;
     esac
 done
@@ -22,5 +29,6 @@ done
 bash tools/install-deps.sh
 bash tools/build.sh "$dir" "${options[@]}"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 ctest --test-dir "$dir" --output-on-failure -j"$(nproc)" "${ctest_args[@]}"
