@@ -80,4 +80,10 @@ std::shared_ptr<OpenAI> ClientRouter::defaultClient() {
     return builtInClient(true);
 }
 
+void ClientRouter::clearCaches() {
+    std::lock_guard lock(mutex_);
+    openAIClients_.clear();
+    customModels_.clear();
+}
+
 }  // namespace folvane

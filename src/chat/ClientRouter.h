@@ -39,6 +39,9 @@ class ClientRouter {
     // The client for speech and transcription, always OpenAI's. Throws
     // apiKeyMissing without a key.
     std::shared_ptr<OpenAI> defaultClient();
+    // Forgets the kept clients and custom models, so that the next request
+    // reads the settings and the table again (after a custom model changes).
+    void clearCaches();
 
   private:
     std::shared_ptr<OpenAI> builtInClient(bool requireKey);
