@@ -11,7 +11,8 @@
 namespace folvane::test {
 
 CliResult runCli(const std::vector<std::string>& args,
-                 const std::map<std::string, std::string>& environment, const std::string& input) {
+                 const std::map<std::string, std::string>& environment, const std::string& input,
+                 const std::string& workingDirectory) {
     std::signal(SIGPIPE, SIG_IGN);  // a child that exits early must not kill the test
     int in[2], out[2], err[2];
     if (pipe(in) || pipe(out) || pipe(err)) throw std::runtime_error("pipe failed");
@@ -23,6 +24,7 @@ CliResult runCli(const std::vector<std::string>& args,
         dup2(err[1], 2);
         for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]}) close(fd);
         for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
+        if (!workingDirectory.empty() && chdir(workingDirectory.c_str()) != 0) _exit(126);
         std::vector<char*> argv{const_cast<char*>(FOLVANE_CLI_PATH)};
         for (const auto& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
         argv.push_back(nullptr);
