@@ -126,24 +126,31 @@ class ChatIndexer {
     std::map<int64_t, std::string> firstPageContentMap() const;
 
   private:
-    struct TaskResult;
-    struct Chain;
+    struct ChosenIndex {
+        std::shared_ptr<SimilarityIndex> index;
+        std::shared_ptr<EmbeddingsProtocol> model;
+        std::string embeddingModel;  // the name saveIndexItems takes: "" for the local model
+    };
 
-    // All with the lock held: change the state, then report it.
+    // With the lock held: report the state as it stands.
     void publish();
     void setDocumentState(int64_t bookmarkId, IndexingState state);
+    void markIndexed(int64_t bookmarkId);
 
     void startTask(std::function<void(std::stop_token)> work);
-    void setupIndexes(std::stop_token stop, const IndexingSettings& settings,
-                      const std::vector<Bookmark>& toIndex, const std::vector<Bookmark>& indexed,
-                      bool extra);
-    void makeRemoteIndexes(const IndexingSettings& settings);
+    // The chain's steps, on its task.
+    void makeIndexes(const IndexingSettings& settings);
+    void runChain(std::stop_token stop, const IndexingSettings& settings,
+                  const std::vector<Bookmark>& toIndex, const std::vector<Bookmark>& indexed,
+                  bool extra);
     bool processDocument(std::stop_token stop, const IndexingSettings& settings,
                          const Bookmark& bookmark, int position, int total, bool forceOCR);
-    std::shared_ptr<SimilarityIndex> chooseIndex(const IndexingSettings& settings, int pageCount);
+    ChosenIndex chooseIndex(const IndexingSettings& settings, int pageCount) const;
+    // With the lock held: the index that rows of this model go to.
     std::shared_ptr<SimilarityIndex> routedIndex(const std::string& embeddingModel) const;
     void loadRows(const std::vector<Bookmark>& indexed);
     void tagDocuments(const IndexingSettings& settings, const std::vector<int64_t>& bookmarkIds);
+    Bookmark findOrInsertBookmark(const std::string& fileUrl);
 
     ChatService& service_;
     AppPreferences& preferences_;
@@ -162,6 +169,9 @@ class ChatIndexer {
     std::shared_ptr<SimilarityIndex> localIndex_;
     std::shared_ptr<SimilarityIndex> openaiIndex_;
     std::shared_ptr<SimilarityIndex> openaiIndexNew_;
+    std::shared_ptr<EmbeddingsProtocol> localModel_;
+    std::shared_ptr<EmbeddingsProtocol> openaiModel_;
+    std::shared_ptr<EmbeddingsProtocol> openaiNewModel_;
     std::map<int64_t, std::string> firstPageContentMap_;
     std::vector<Document> chunkedDocuments_;
     std::vector<std::vector<float>> embeddings_;
