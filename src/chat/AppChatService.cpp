@@ -2,6 +2,7 @@
 
 #include "chat/AppChatServiceError.h"
 #include "documents/DocumentIntake.h"
+#include "platform/AppPaths.h"
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
 #include "store/AppDatabase.h"
@@ -34,7 +35,22 @@ std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
         log(error.what());
         throw FatalError("Failed to connect to db.sqlite3");
     }
-    return std::make_unique<AppChatService>(std::move(db), preferences);
+    auto service = std::make_unique<AppChatService>(std::move(db), preferences);
+    service->configureEmbeddings({std::filesystem::path(paths.dataDirectory) / "models",
+                                  paths.resourceDirectory, nullptr, nullptr});
+    return service;
+}
+
+void AppChatService::configureEmbeddings(EmbeddingModels::Setup setup) {
+    embeddingModels_ = std::make_unique<EmbeddingModels>(preferences_, std::move(setup));
+}
+
+std::shared_ptr<EmbeddingsProtocol> AppChatService::loadLocalEmbeddingModel() {
+    return embeddingModels_->loadLocalEmbeddingModel();
+}
+
+std::shared_ptr<EmbeddingsProtocol> AppChatService::remoteEmbeddingModel(EmbeddingModelType type) {
+    return embeddingModels_->remoteEmbeddingModel(type);
 }
 
 Conversation AppChatService::createConversation(const std::vector<std::string>& urls) {

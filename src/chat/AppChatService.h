@@ -7,6 +7,7 @@
 
 #include "SimilaritySearchKit/EmbeddingModelType.h"
 #include "chat/ChatService.h"
+#include "chat/EmbeddingModels.h"
 #include "store/BookmarkModel.h"
 #include "store/ConversationModel.h"
 #include "store/CustomModelHelper.h"
@@ -101,7 +102,15 @@ class AppChatService final : public ChatService {
                            bool useStream) override;
     void deleteCustomModel(int64_t id) override;
 
-    EmbeddingModelType localEmbeddingType() const { return localEmbeddingType_.load(); }
+    // The local embedder, made once (Distilbert, else the lexical one), and a
+    // new remote embedder on the current key at each call.
+    std::shared_ptr<EmbeddingsProtocol> loadLocalEmbeddingModel() override;
+    std::shared_ptr<EmbeddingsProtocol> remoteEmbeddingModel(EmbeddingModelType type) override;
+    // Where the local model's weights and vocabulary are and how the remote
+    // one reaches its server; start() sets them from the paths. Call it
+    // before the first embedder is asked for.
+    void configureEmbeddings(EmbeddingModels::Setup setup);
+    EmbeddingModelType localEmbeddingType() const { return embeddingModels_->localEmbeddingType(); }
 
   private:
     std::shared_ptr<SqliteConnection> db_;
@@ -112,7 +121,8 @@ class AppChatService final : public ChatService {
     EmbeddingModel embeddingTable_;
     CustomModelHelper customModelHelper_;
     PromptModel promptTable_;
-    std::atomic<EmbeddingModelType> localEmbeddingType_{EmbeddingModelType::distilbert};
+    std::unique_ptr<EmbeddingModels> embeddingModels_ =
+        std::make_unique<EmbeddingModels>(preferences_, EmbeddingModels::Setup{});
     std::atomic<EmbeddingModelState> embeddingLoadState_{EmbeddingModelState::none};
 };
 

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "SimilaritySearchKit/EmbeddingModelType.h"
+#include "SimilaritySearchKit/EmbeddingsProtocol.h"
 #include "store/Bookmark.h"
 #include "store/Conversation.h"
 #include "store/CustomModel.h"
@@ -31,6 +34,12 @@ class ChatService {
                                 const std::string& embeddingModel, int64_t bookmarkId) = 0;
     virtual std::vector<IndexItemExtra> getIndexItems(int64_t bookmarkId) = 0;
     virtual void deleteIndexItems(int64_t bookmarkId) = 0;
+
+    // Embedders. The local one is made once, at the first call, and says
+    // which model it is through the rows it names; the remote one is made
+    // anew at each call, on the OpenAI key as it stands.
+    virtual std::shared_ptr<EmbeddingsProtocol> loadLocalEmbeddingModel() = 0;
+    virtual std::shared_ptr<EmbeddingsProtocol> remoteEmbeddingModel(EmbeddingModelType type) = 0;
 
     // Conversations.
     virtual std::vector<Conversation> getConversations(int64_t afterId) = 0;
