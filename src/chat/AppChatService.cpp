@@ -1,10 +1,15 @@
 #include "chat/AppChatService.h"
 
 #include "chat/AppChatServiceError.h"
+#include "chat/ChatHistoryBuilder.h"
+#include "chat/ChatStream.h"
+#include "chat/ClientRouter.h"
 #include "documents/DocumentIntake.h"
 #include "platform/AppPaths.h"
+#include "platform/CurlHttpClient.h"
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
+#include "providers/GPTEncoder.h"
 #include "store/AppDatabase.h"
 #include "store/AppPreferences.h"
 #include "store/FatalError.h"
@@ -12,6 +17,11 @@
 namespace folvane {
 
 AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences)
+    : AppChatService(std::move(db), preferences, nullptr, nullptr) {}
+
+AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences,
+                               std::shared_ptr<HttpClient> http,
+                               std::shared_ptr<const GPTEncoder> encoder)
     : db_(std::move(db)),
       preferences_(preferences),
       messageTable_(db_),
@@ -19,9 +29,15 @@ AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferen
       bookmarkTable_(db_),
       embeddingTable_(db_),
       customModelHelper_(db_),
-      promptTable_(db_) {
+      promptTable_(db_),
+      http_(http ? std::move(http) : std::make_shared<CurlHttpClient>()),
+      router_(std::make_unique<ClientRouter>(preferences_, customModelHelper_,
+                                             [http = http_] { return http; })),
+      encoder_(std::move(encoder)) {
     log("AppChatService.init() done");
 }
+
+AppChatService::~AppChatService() = default;
 
 std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
                                                       AppPreferences& preferences,
@@ -38,7 +54,59 @@ std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
     auto service = std::make_unique<AppChatService>(std::move(db), preferences);
     service->configureEmbeddings({std::filesystem::path(paths.dataDirectory) / "models",
                                   paths.resourceDirectory, nullptr, nullptr});
+    service->resourceDirectory_ = paths.resourceDirectory;
     return service;
+}
+
+const GPTEncoder& AppChatService::encoder() const {
+    std::call_once(encoderOnce_, [this] {
+        if (!encoder_) encoder_ = std::make_shared<const GPTEncoder>(resourceDirectory_);
+    });
+    return *encoder_;
+}
+
+namespace {
+
+bool isImageTurn(const std::vector<Chat>& chats) {
+    return !chats.empty() && chats.back().content &&
+           std::holds_alternative<std::vector<ChatContentItem>>(*chats.back().content);
+}
+
+// The body of a chat turn. Penalties go to OpenAI only when set; an image turn
+// goes to the vision model with a reply bound and both penalties.
+ChatQuery chatQuery(std::vector<Chat> chats, const Conversation& conversation) {
+    ChatQuery query;
+    query.temperature = conversation.temperature;
+    if (isImageTurn(chats)) {
+        query.model = "gpt-4-vision-preview";
+        query.maxTokens = 4096;
+        query.presencePenalty = conversation.presencePenalty;
+        query.frequencyPenalty = conversation.frequencyPenalty;
+    } else {
+        query.model = conversation.model;
+        if (conversation.customModelId == 0) {
+            if (conversation.presencePenalty > 0) {
+                query.presencePenalty = conversation.presencePenalty;
+            }
+            if (conversation.frequencyPenalty > 0) {
+                query.frequencyPenalty = conversation.frequencyPenalty;
+            }
+        }
+    }
+    query.messages = std::move(chats);
+    return query;
+}
+
+}  // namespace
+
+std::unique_ptr<ChatStream> AppChatService::chatStream(const std::string& systemInstruction,
+                                                       const std::vector<Message>& messages,
+                                                       const Conversation& conversation) {
+    ClientRouter::Route route = router_->resolveClient(conversation);
+    std::vector<Chat> chats = ChatHistoryBuilder(encoder()).buildChats(
+        systemInstruction, messages, conversation, route.contextLength);
+    return std::make_unique<ChatStream>(std::move(route.client),
+                                        chatQuery(std::move(chats), conversation));
 }
 
 void AppChatService::configureEmbeddings(EmbeddingModels::Setup setup) {

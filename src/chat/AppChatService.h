@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,9 @@ namespace folvane {
 
 class AppPreferences;
 struct AppPaths;
+class ClientRouter;
+class GPTEncoder;
+class HttpClient;
 class PdfPageCounter;
 
 // The chat service: a thin owner of the connection and the table models. The
@@ -35,8 +40,19 @@ class AppChatService final : public ChatService {
     static std::unique_ptr<AppChatService> start(const AppPaths& paths, AppPreferences& preferences,
                                                  const PdfPageCounter& pageCounter);
 
-    // Takes an open, migrated connection.
+    // Takes an open, migrated connection. The chat requests go through one
+    // CurlHttpClient and count tokens with an encoder read on first use from
+    // the resource folder given by start() (none: every text counts 0 tokens).
     AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences);
+    // The same with the HTTP client that every wire client of the service
+    // shares, and the token counter.
+    AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferences& preferences,
+                   std::shared_ptr<HttpClient> http, std::shared_ptr<const GPTEncoder> encoder);
+    ~AppChatService() override;
+
+    std::unique_ptr<ChatStream> chatStream(const std::string& systemInstruction,
+                                           const std::vector<Message>& messages,
+                                           const Conversation& conversation) override;
 
     Conversation createConversation(const std::vector<std::string>& urls) override;
 
@@ -112,6 +128,10 @@ class AppChatService final : public ChatService {
     void configureEmbeddings(EmbeddingModels::Setup setup);
     EmbeddingModelType localEmbeddingType() const { return embeddingModels_->localEmbeddingType(); }
 
+    // The GPT-2 token counter, read on first use.
+    const GPTEncoder& encoder() const;
+    ClientRouter& router() { return *router_; }
+
   private:
     std::shared_ptr<SqliteConnection> db_;
     AppPreferences& preferences_;
@@ -124,6 +144,11 @@ class AppChatService final : public ChatService {
     std::unique_ptr<EmbeddingModels> embeddingModels_ =
         std::make_unique<EmbeddingModels>(preferences_, EmbeddingModels::Setup{});
     std::atomic<EmbeddingModelState> embeddingLoadState_{EmbeddingModelState::none};
+    std::shared_ptr<HttpClient> http_;
+    std::unique_ptr<ClientRouter> router_;
+    std::filesystem::path resourceDirectory_;
+    mutable std::once_flag encoderOnce_;
+    mutable std::shared_ptr<const GPTEncoder> encoder_;
 };
 
 }  // namespace folvane

@@ -17,6 +17,8 @@
 
 namespace folvane {
 
+class ChatStream;
+
 // The one interface between the view models and everything below them. Store
 // calls are synchronous and pass the table models' errors through unchanged.
 // The completion stream, the embedders and speech join this interface with the
@@ -28,6 +30,14 @@ class ChatService {
     // Opens a chat on one or more file URLs, or returns to the last chat on a
     // single document when the settings say so.
     virtual Conversation createConversation(const std::vector<std::string>& urls) = 0;
+
+    // Routes the chat to a client and a context length, fits the messages (in
+    // time order, the one to answer last) into it and starts the streamed
+    // completion, which is returned running. Called once for each pass. Throws
+    // AppChatServiceError (the route, emptyMessage, messageTooLong).
+    virtual std::unique_ptr<ChatStream> chatStream(const std::string& systemInstruction,
+                                                   const std::vector<Message>& messages,
+                                                   const Conversation& conversation) = 0;
 
     // Vectors of a document.
     virtual void saveIndexItems(const std::vector<IndexItem>& items,

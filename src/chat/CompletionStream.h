@@ -1,0 +1,132 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "chat/CompletionSink.h"
+#include "providers/ChatStreamResult.h"
+#include "store/Conversation.h"
+#include "store/Message.h"
+
+namespace folvane {
+
+class ChatService;
+class MainQueue;
+class Throttler;
+
+// The words the user reads for a failed send, regenerate or stream: an API
+// error body gets a fixed lead-in before the provider's message, whichever
+// provider sent it; anything else is its what().
+std::string errorText(const std::exception& error);
+std::string errorText(std::exception_ptr error);
+
+// The consumer of one request's completion: runs the streamed passes through
+// ChatService::chatStream, assembles text and function calls from the chunks,
+// cuts the answer from the page line at the separator, and shows it through a
+// CompletionSink. Every write reaches the sink through the main queue, in
+// order; the live text goes through a throttler (at most one write per
+// throttle delay) and once more, directly, at the end of each pass, so the
+// whole answer always stands. One object per request; run() is called once,
+// on the request's task.
+class CompletionStream {
+  public:
+    // Written between the answer and its page numbers.
+    static constexpr std::string_view separator = ".....REFS.....";
+    static constexpr std::chrono::duration<double> defaultThrottleDelay{1.0 / 30.0};
+
+    // What the function step gives back: whether it succeeded (a further pass
+    // then follows), and the messages (the call and its result) that the next
+    // pass sends after the history.
+    struct FunctionStepResult {
+        bool succeeded = false;
+        std::vector<Message> extraMessages;
+    };
+    // Carries out a function call, on the request's task. The name is the one
+    // assembled from the stream, maybe empty. A throw ends the passes as a
+    // failure of the stream.
+    using FunctionStep =
+        std::function<FunctionStepResult(const std::string& name, const std::string& arguments)>;
+
+    enum class Ending {
+        finished,   // the passes ended; idle was posted
+        cancelled,  // a stop request or a cancelled transfer; idle was posted
+        failed,     // an error; lastError and failed were posted
+    };
+
+    // Without a function step a function call does nothing and starts no
+    // further pass (requests declare no functions).
+    CompletionStream(ChatService& service, MainQueue& mainQueue,
+                     std::shared_ptr<CompletionSink> sink, FunctionStep functionStep = {},
+                     std::chrono::duration<double> throttleDelay = defaultThrottleDelay);
+    ~CompletionStream();
+    CompletionStream(const CompletionStream&) = delete;
+    CompletionStream& operator=(const CompletionStream&) = delete;
+
+    // Runs the passes: each sends history followed by the extra messages of
+    // the function calls so far. Never throws: the outcome is posted to the
+    // sink and returned. A stop request is seen between chunks.
+    Ending run(const std::string& systemInstruction, const std::vector<Message>& history,
+               const Conversation& conversation, std::stop_token stop = {});
+
+    // The values of the request, read on the request's task after run().
+    const std::string& text() const { return text_; }
+    const std::string& answer() const { return answer_; }
+    const std::string& pageLine() const { return pageLine_; }
+    const std::string& functionName() const { return functionName_; }
+    const std::string& functionArguments() const { return functionArguments_; }
+    bool functionCalled() const { return functionCalled_; }
+    bool reasonSeen() const { return reasonSeen_; }
+    bool announced() const { return announced_; }
+    const std::vector<Message>& extraMessages() const { return extraMessages_; }
+    // The words posted as lastError, or empty.
+    const std::string& errorWords() const { return errorWords_; }
+    int passCount() const { return passCount_; }
+
+    // A safety bound: a model that keeps calling functions ends the request
+    // after this many passes.
+    static constexpr int maximumPasses = 16;
+
+    // The answer and page line of a text, as the splitting rule gives them;
+    // pageLine keeps its value when the text holds only separators.
+    static void split(const std::string& text, std::string& answer, std::string& pageLine);
+
+  private:
+    struct LiveWrites;
+    enum class PassEnd { stopped, ended };
+
+    PassEnd runPass(const std::string& systemInstruction, const std::vector<Message>& history,
+                    const Conversation& conversation, std::stop_token stop);
+    void receive(const ChatStreamResult& chunk);
+    void announce(AssistantState state);
+    void showLiveText();
+    void showFinalText();
+    template <typename Change>
+    void post(Change change);
+
+    ChatService& service_;
+    MainQueue& mainQueue_;
+    std::shared_ptr<CompletionSink> sink_;
+    FunctionStep functionStep_;
+    std::shared_ptr<LiveWrites> liveWrites_;
+    std::unique_ptr<Throttler> throttler_;
+
+    std::string text_;
+    std::string answer_;
+    std::string pageLine_;
+    std::string functionName_;
+    std::string functionArguments_;
+    bool functionCalled_ = false;
+    bool reasonSeen_ = false;
+    bool announced_ = false;
+    std::vector<Message> extraMessages_;
+    std::string errorWords_;
+    int passCount_ = 0;
+};
+
+}  // namespace folvane
