@@ -1,37 +1,148 @@
+#include <algorithm>
+#include <filesystem>
+#include <ostream>
+
+#include "cli/ChatSession.h"
+#include "cli/CliArguments.h"
 #include "cli/CliContext.h"
+#include "platform/FileUrl.h"
+#include "store/Date.h"
 
 namespace folvane {
 
-int runAskCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The ask command is not available yet.");
+namespace {
+
+// The one chat id that a command takes first, and what follows it.
+int64_t chatIdOf(const CliArguments& args, const std::string& command) {
+    if (args.empty()) throw UsageError(command + " needs a chat id");
+    return parseId(args[0], "chat id");
 }
 
-int runRegenerateCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The regenerate command is not available yet.");
+void printMessage(std::ostream& out, const Message& message) {
+    out << "[" << message.id << "] " << message.role << " · " << formatDate(message.createdAt)
+        << "\n"
+        << message.content << "\n\n";
 }
 
-int runContinueCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The continue command is not available yet.");
+// A command that changes the chat's messages and shows nothing.
+int runMessageOperation(CliContext& context, const CliArguments& args, const std::string& command,
+                        ChatDetailInput input) {
+    const int64_t chatId = chatIdOf(args, command);
+    expectNoMoreArguments(args, 1);
+    ChatSession session(context, chatId);
+    session.sync();
+    session.trigger(std::move(input));
+    return 0;
 }
 
-int runEditCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The edit command is not available yet.");
+}  // namespace
+
+int runAskCommand(CliContext& context, const CliArguments& arguments) {
+    CliArguments args = arguments;
+    const auto quote = takeOption(args, "--quote");
+    const auto image = takeOption(args, "--image");
+    if (quote && image) throw UsageError("ask takes --quote or --image, not both");
+    const int64_t chatId = chatIdOf(args, "ask");
+    if (args.size() < 2) throw UsageError("ask needs a question");
+    expectNoMoreArguments(args, 2);
+    const std::string question = args[1];
+    std::string imageUrl;
+    if (image) {
+        if (!std::filesystem::is_regular_file(*image)) {
+            throw std::runtime_error("The file “" + *image + "” couldn’t be opened.");
+        }
+        imageUrl = fileUrlFromPath(*image);
+    }
+
+    ChatSession session(context, chatId);
+    session.sync();
+    session.loadIndexes();
+    if (quote) session.trigger(chat_input::UseContentAsMessageContext{*quote});
+    if (image) session.trigger(chat_input::AddImages{{imageUrl}});
+    return session.streamReply(
+        [&] { session.viewModel().trigger(chat_input::AddMessage{question}); });
 }
 
-int runResetContextCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The reset-context command is not available yet.");
+int runRegenerateCommand(CliContext& context, const CliArguments& args) {
+    const int64_t chatId = chatIdOf(args, "regenerate");
+    expectNoMoreArguments(args, 1);
+    ChatSession session(context, chatId);
+    session.sync();
+    const auto& messages = session.state().messages;
+    if (std::none_of(messages.begin(), messages.end(),
+                     [](const Message& m) { return m.role == "user"; })) {
+        throw std::runtime_error("The chat has no question to answer again.");
+    }
+    session.loadIndexes();
+    return session.streamReply([&] { session.viewModel().trigger(chat_input::Regenerate{}); });
 }
 
-int runClearMarkersCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The clear-markers command is not available yet.");
+int runContinueCommand(CliContext& context, const CliArguments& args) {
+    const int64_t chatId = chatIdOf(args, "continue");
+    expectNoMoreArguments(args, 1);
+    ChatSession session(context, chatId);
+    session.sync();
+    if (session.state().messages.empty()) throw std::runtime_error("The chat has no message.");
+    session.loadIndexes();
+    return session.streamReply(
+        [&] { session.viewModel().trigger(chat_input::ContinueGenerating{}); });
 }
 
-int runDeleteMessagesCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The delete-messages command is not available yet.");
+int runEditCommand(CliContext& context, const CliArguments& arguments) {
+    CliArguments args = arguments;
+    const bool resend = takeFlag(args, "--resend");
+    const int64_t chatId = chatIdOf(args, "edit");
+    if (args.size() < 3) throw UsageError("edit needs a chat id, a message id and the new text");
+    expectNoMoreArguments(args, 3);
+    const int64_t messageId = parseId(args[1], "message id");
+    const std::string text = args[2];
+
+    ChatSession session(context, chatId);
+    session.sync();
+    const auto& messages = session.state().messages;
+    const auto found = std::find_if(messages.begin(), messages.end(),
+                                    [&](const Message& m) { return m.id == messageId; });
+    if (found == messages.end()) {
+        throw std::runtime_error("The chat has no message with the id " +
+                                 std::to_string(messageId) + ".");
+    }
+    if (!resend || found->role != "user") {
+        session.trigger(chat_input::UpdateMessageContent{messageId, text, resend});
+        return 0;
+    }
+    session.loadIndexes();
+    return session.streamReply([&] {
+        session.viewModel().trigger(chat_input::UpdateMessageContent{messageId, text, true});
+    });
 }
 
-int runSearchCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The search command is not available yet.");
+int runResetContextCommand(CliContext& context, const CliArguments& args) {
+    return runMessageOperation(context, args, "reset-context", chat_input::ResetContext{});
+}
+
+int runClearMarkersCommand(CliContext& context, const CliArguments& args) {
+    return runMessageOperation(context, args, "clear-markers", chat_input::ClearContextMarkers{});
+}
+
+int runDeleteMessagesCommand(CliContext& context, const CliArguments& args) {
+    return runMessageOperation(context, args, "delete-messages", chat_input::DeleteAllMessages{});
+}
+
+int runSearchCommand(CliContext& context, const CliArguments& args) {
+    const int64_t chatId = chatIdOf(args, "search");
+    if (args.size() < 2) throw UsageError("search needs a keyword");
+    expectNoMoreArguments(args, 2);
+    const std::string keyword = args[1];
+
+    ChatSession session(context, chatId);
+    session.sync();
+    session.trigger(chat_input::Find{keyword, SearchScope::chat});
+    session.runUntil([&] {
+        const auto& s = session.state();
+        return !s.isSearching && s.searchKeyword == keyword;
+    });
+    for (const auto& message : session.state().searchResults) printMessage(context.out(), message);
+    return 0;
 }
 
 }  // namespace folvane

@@ -1,0 +1,217 @@
+#include "cli/ChatSession.h"
+
+#include <algorithm>
+#include <cctype>
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <ostream>
+#include <set>
+
+#include "chat/AppChatService.h"
+#include "cli/CliContext.h"
+#include "platform/FileUrl.h"
+#include "store/AppPreferences.h"
+
+namespace folvane {
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+// Ctrl-C for the length of a request: it asks for a cancel instead of ending
+// the program.
+class InterruptGuard {
+  public:
+    InterruptGuard() {
+        interrupted = 0;
+        struct sigaction action {};
+        action.sa_handler = [](int) { interrupted = 1; };
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &previous_);
+    }
+    ~InterruptGuard() { sigaction(SIGINT, &previous_, nullptr); }
+    InterruptGuard(const InterruptGuard&) = delete;
+    InterruptGuard& operator=(const InterruptGuard&) = delete;
+
+  private:
+    struct sigaction previous_ {};
+};
+
+// The length of the text that can be shown for sure: a tail of blanks and of
+// what may be the start of the reference separator is held back, since the
+// answer loses both once the separator has arrived whole.
+size_t settledLength(const std::string& text) {
+    constexpr std::string_view separator = ".....REFS.....";
+    const std::string_view view(text);
+    size_t end = text.size();
+    for (size_t length = std::min(separator.size(), text.size()); length > 0; --length) {
+        if (separator.starts_with(view.substr(text.size() - length))) {
+            end = text.size() - length;
+            break;
+        }
+    }
+    while (end > 0 && std::isspace(static_cast<unsigned char>(text[end - 1]))) --end;
+    return end;
+}
+
+}  // namespace
+
+ChatSession::ChatSession(CliContext& context, int64_t chatId) : context_(context) {
+    AppChatService& service = context.service();
+    AppPreferences& preferences = context.preferences();
+    const auto conversation = service.getConversation(chatId);
+    if (!conversation)
+        throw std::runtime_error("No chat has the id " + std::to_string(chatId) + ".");
+    ChatDetailServices services{
+        .chatService = service,
+        .preferences = preferences,
+        .mainQueue = queue_,
+        .encoder = service.encoder(),
+        .makeIndexer =
+            [this, &service, &preferences](const Conversation& chat,
+                                           ChatIndexer::Listener listener) {
+                EmbedderSource embedders{[&service] { return service.loadLocalEmbeddingModel(); },
+                                         [&service](EmbeddingModelType type) {
+                                             return service.remoteEmbeddingModel(type);
+                                         }};
+                return std::make_unique<ChatIndexer>(
+                    chat,
+                    ChatIndexerDependencies{service,
+                                            preferences,
+                                            std::move(embedders),
+                                            fileTags_,
+                                            context_.paths().resourceDirectory,
+                                            {}},
+                    std::move(listener));
+            },
+        .localEmbedder = [&service] { return service.loadLocalEmbeddingModel(); },
+        .clipboard = nullptr,
+    };
+    viewModel_ = std::make_unique<ChatDetailViewModel>(std::move(services), *conversation);
+}
+
+ChatSession::~ChatSession() {
+    viewModel_.reset();
+    queue_.drain();
+}
+
+void ChatSession::trigger(ChatDetailInput input) {
+    viewModel_->trigger(std::move(input));
+    queue_.drain();
+}
+
+bool ChatSession::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
+    return queue_.runUntil(done, timeout);
+}
+
+void ChatSession::sync() {
+    trigger(chat_input::Sync{});
+}
+
+void ChatSession::loadIndexes() {
+    auto& err = context_.err();
+    int shown = -1;
+    auto subscription = viewModel_->subscribe([&] {
+        const auto& s = state();
+        if (s.loadingState == LoadingState::indexing && s.indexingProgress != shown) {
+            shown = s.indexingProgress;
+            err << "\rIndexing the documents: " << shown << "%" << std::flush;
+        }
+    });
+    trigger(chat_input::LoadIndex{});
+    if (state().loadingState == LoadingState::none) return;  // nothing to load, or not set up
+    if (state().loadingState == LoadingState::loading) err << "Loading the documents' index...\n";
+    runUntil([this] {
+        const auto loading = state().loadingState;
+        return loading == LoadingState::loaded || loading == LoadingState::failed;
+    });
+    if (shown >= 0) err << "\n";
+    if (state().loadingState == LoadingState::failed) {
+        throw std::runtime_error(state().loadingFailReason.value_or("Indexing failed."));
+    }
+}
+
+int ChatSession::streamReply(const std::function<void()>& start) {
+    auto& out = context_.out();
+    auto& err = context_.err();
+    std::string printed;
+    AssistantState shownState = state().assistantState;
+    const auto show = [&](const std::string& content) {
+        if (!content.starts_with(printed)) return;
+        const size_t settled = settledLength(content);
+        if (settled <= printed.size()) return;
+        out << content.substr(printed.size(), settled - printed.size()) << std::flush;
+        printed = content.substr(0, settled);
+    };
+    auto subscription = viewModel_->subscribe([&] {
+        const auto& s = state();
+        if (s.assistantState != shownState) {
+            shownState = s.assistantState;
+            if (const auto words = statusWords(shownState); !words.empty()) err << words << '\n';
+        }
+        if (s.liveMessage) show(s.liveMessage->content);
+    });
+
+    const size_t before = state().messages.size();
+    InterruptGuard guard;
+    start();
+    queue_.drain();
+    bool cancelled = false;
+    while (!runUntil([this] { return !viewModel_->isRequestRunning(); },
+                     std::chrono::milliseconds(50))) {
+        if (interrupted && !cancelled) {
+            cancelled = true;
+            viewModel_->trigger(chat_input::CancelRequest{});
+        }
+    }
+    viewModel_->waitForRequests();
+    queue_.drain();
+
+    const auto& s = state();
+    const Message* reply = nullptr;
+    if (s.messages.size() > before && s.messages.back().role == "assistant") {
+        reply = &s.messages.back();
+        if (reply->content.starts_with(printed)) out << reply->content.substr(printed.size());
+    }
+    if (!printed.empty() || reply) out << "\n";
+    if (reply && reply->references && !reply->references->empty()) {
+        // Pages by document, in the order they are cited.
+        std::vector<int64_t> order;
+        std::map<int64_t, std::vector<int>> pages;
+        for (const auto& reference : *reply->references) {
+            if (!reference.page) continue;
+            auto& list = pages[reference.bookmarkId];
+            if (list.empty()) order.push_back(reference.bookmarkId);
+            if (std::find(list.begin(), list.end(), *reference.page) == list.end()) {
+                list.push_back(*reference.page);
+            }
+        }
+        for (const int64_t bookmarkId : order) {
+            out << "\nPage: ";
+            const auto& list = pages[bookmarkId];
+            for (size_t i = 0; i < list.size(); ++i) out << (i ? ", " : "") << list[i];
+            if (s.allDocuments.size() > 1) {
+                for (const auto& document : s.allDocuments) {
+                    if (document.bookmark.id != bookmarkId) continue;
+                    const auto path = pathFromFileUrl(document.fileUrl);
+                    const std::string file = path ? *path : document.fileUrl;
+                    out << " (" << file.substr(file.find_last_of('/') + 1) << ")";
+                }
+            }
+        }
+        out << "\n";
+    }
+    if (reply) {
+        char cost[64];
+        std::snprintf(cost, sizeof cost, "%.6f", s.conversation.cost);
+        out << "\nCost of the chat: $" << cost << "\n";
+    }
+    if (s.assistantState == AssistantState::failed) {
+        err << s.lastError.value_or("The request failed.") << '\n';
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace folvane

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "conversation/BlockingMainQueue.h"
+#include "conversation/ChatDetailViewModel.h"
+#include "platform/XattrFileTagStore.h"
+
+namespace folvane {
+
+class CliContext;
+
+// One chat as the command line drives it: its ChatDetailViewModel over the
+// shared objects of the context, and the main queue that the CLI runs itself.
+// Commands send inputs and read the state; they decide nothing of their own.
+class ChatSession {
+  public:
+    // Throws when no chat has the id.
+    ChatSession(CliContext& context, int64_t chatId);
+    ~ChatSession();
+
+    ChatDetailViewModel& viewModel() { return *viewModel_; }
+    const ChatDetailState& state() const { return viewModel_->state(); }
+
+    // Sends an input and runs what it posted.
+    void trigger(ChatDetailInput input);
+    // Runs the main queue until done() holds; false on timeout.
+    bool runUntil(const std::function<bool()>& done,
+                  std::chrono::milliseconds timeout = std::chrono::hours(24));
+
+    // Loads the chat's messages.
+    void sync();
+    // Loads or builds the chat's indexes, with the progress on standard error.
+    // Throws with the fail reason when they could not be built.
+    void loadIndexes();
+    // Starts a request with start() and streams the reply to standard output,
+    // the assistant's states to standard error, then the reply's references
+    // and the chat's cost. Ctrl-C cancels the request; the reply so far is
+    // kept. Returns the exit status: 1 when the request failed.
+    int streamReply(const std::function<void()>& start);
+
+  private:
+    CliContext& context_;
+    BlockingMainQueue queue_;
+    XattrFileTagStore fileTags_;
+    std::unique_ptr<ChatDetailViewModel> viewModel_;
+};
+
+}  // namespace folvane

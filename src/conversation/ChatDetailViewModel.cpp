@@ -1,0 +1,344 @@
+#include "conversation/ChatDetailViewModel.h"
+
+#include <algorithm>
+
+#include "chat/ChatService.h"
+#include "conversation/MainQueue.h"
+#include "conversation/MessageSearch.h"
+#include "platform/Clipboard.h"
+#include "platform/Log.h"
+#include "store/AppPreferences.h"
+
+namespace folvane {
+
+namespace {
+
+bool isRetiredModel(const std::string& model) {
+    return model == "gpt-3.5-turbo-16k" || model == "gpt-3.5-turbo-16k-0613";
+}
+
+ChatDetailState initialState(const Conversation& conversation) {
+    ChatDetailState state;
+    state.conversation = conversation;
+    return state;
+}
+
+}  // namespace
+
+ChatDetailViewModel::ChatDetailViewModel(ChatDetailServices services,
+                                         const Conversation& conversation)
+    : PublishingViewModel(initialState(conversation)),
+      services_(std::move(services)),
+      conversation_(conversation),
+      alive_(std::make_shared<ChatDetailViewModel*>(this)),
+      debounceTimer_(services_.mainQueue, searchDelay) {
+    log("ChatDetailViewModel.init() for id: " + std::to_string(conversation.id));
+    ChatDetailState initial = state();
+    if (conversation.customModelId >= 1) {
+        try {
+            initial.customModel = services_.chatService.getCustomModel(conversation.customModelId);
+        } catch (const std::exception& error) {
+            log(std::string("Cannot read the chat's custom model: ") + error.what());
+        }
+    }
+    if (services_.makeIndexer) {
+        std::weak_ptr<ChatDetailViewModel*> alive = alive_;
+        MainQueue& mainQueue = services_.mainQueue;
+        indexer_ =
+            services_.makeIndexer(conversation, [alive, &mainQueue](const IndexingUpdate& update) {
+                mainQueue.post([alive, update] {
+                    if (auto self = alive.lock()) (*self)->applyIndexingUpdate(update);
+                });
+            });
+        initial.allDocuments = indexer_->state().documents;
+    } else {
+        try {
+            initial.allDocuments =
+                documentInfos(services_.chatService.getBookmarks(conversation.allBookmarkIds()));
+        } catch (const std::exception& error) {
+            log(std::string("Cannot read the chat's documents: ") + error.what());
+        }
+    }
+    setState(std::move(initial));
+}
+
+ChatDetailViewModel::~ChatDetailViewModel() {
+    alive_.reset();
+    debounceTimer_.cancel();
+    if (request_) replacedRequests_.push_back(std::move(request_));
+    for (auto& task : replacedRequests_) task->thread.request_stop();
+    replacedRequests_.clear();  // each thread is joined as it goes
+    indexer_.reset();
+}
+
+void ChatDetailViewModel::trigger(ChatDetailInput input) {
+    namespace in = chat_input;
+    // A failed store call leaves the state as it was; trigger never fails.
+    try {
+        std::visit(
+            [this](auto& c) {
+                using T = std::decay_t<decltype(c)>;
+                auto& store = services_.chatService;
+                auto& preferences = services_.preferences;
+                const int64_t id = conversation_.id;
+                if constexpr (std::is_same_v<T, in::RebuildIndex>) {
+                    if (indexer_) indexer_->rebuildIndex(c.bookmarkId, c.forceOCR);
+                } else if constexpr (std::is_same_v<T, in::RemoveFromChat>) {
+                    if (indexer_) indexer_->removeFromChat(c.bookmarkId);
+                } else if constexpr (std::is_same_v<T, in::AddMessage>) {
+                    sendMessage(c.text, true, state().contextMode, state().stringContext);
+                } else if constexpr (std::is_same_v<T, in::DeleteMessage>) {
+                    try {
+                        store.deleteMessage(c.messageId);
+                    } catch (const std::exception& error) {
+                        log(std::string("Cannot delete the message: ") + error.what());
+                    }
+                    updateState([&](ChatDetailState& s) {
+                        std::erase_if(s.messages,
+                                      [&](const Message& m) { return m.id == c.messageId; });
+                        s.conversation.messageCount = static_cast<int>(s.messages.size());
+                        conversation_.messageCount = s.conversation.messageCount;
+                    });
+                } else if constexpr (std::is_same_v<T, in::AddImages>) {
+                    updateState([&](ChatDetailState& s) {
+                        s.contextMode = ChatContextMode::images;
+                        s.imageURLs.insert(s.imageURLs.end(), c.urls.begin(), c.urls.end());
+                    });
+                } else if constexpr (std::is_same_v<T, in::RemoveImages>) {
+                    updateState([&](ChatDetailState& s) {
+                        std::erase_if(s.imageURLs, [&](const std::string& url) {
+                            return std::find(c.urls.begin(), c.urls.end(), url) != c.urls.end();
+                        });
+                        if (s.imageURLs.empty()) s.contextMode = ChatContextMode::all;
+                    });
+                } else if constexpr (std::is_same_v<T, in::UpdateMessageContent>) {
+                    updateMessageContent(c.id, c.text, c.resend);
+                } else if constexpr (std::is_same_v<T, in::UpdateTitle>) {
+                    store.updateTitle(id, c.title);
+                    updateConversation([&](Conversation& v) { v.title = c.title; });
+                } else if constexpr (std::is_same_v<T, in::UpdateTemperature>) {
+                    store.updateTemperature(id, c.temperature);
+                    updateConversation([&](Conversation& v) { v.temperature = c.temperature; });
+                    preferences.setDefaultTemperature(c.temperature);
+                } else if constexpr (std::is_same_v<T, in::UpdateLanguageCode>) {
+                    store.updateLanguageCode(id, c.code);
+                    updateConversation([&](Conversation& v) { v.languageCode = c.code; });
+                } else if constexpr (std::is_same_v<T, in::UpdateModel>) {
+                    store.updateModel(id, c.model);
+                    updateConversation([&](Conversation& v) { v.model = c.model; });
+                    if (conversation_.customModelId == 0) preferences.setDefaultModel(c.model);
+                } else if constexpr (std::is_same_v<T, in::UpdateCustomModel>) {
+                    store.updateCustomModelId(id, c.customModelId);
+                    updateConversation([&](Conversation& v) { v.customModelId = c.customModelId; });
+                    if (indexer_) indexer_->setCustomModelId(c.customModelId);
+                    if (auto model = store.getCustomModel(c.customModelId)) {
+                        updateState([&](ChatDetailState& s) { s.customModel = std::move(model); });
+                    }
+                } else if constexpr (std::is_same_v<T, in::UpdateUseWebSearch>) {
+                    store.updateUseWebSearch(id, c.on);
+                    updateConversation([&](Conversation& v) { v.useWebSearch = c.on; });
+                } else if constexpr (std::is_same_v<T, in::UpdatePresencePenalty>) {
+                    store.updatePresencePenalty(id, c.penalty);
+                    updateConversation([&](Conversation& v) { v.presencePenalty = c.penalty; });
+                    preferences.setDefaultPresencePenalty(c.penalty);
+                } else if constexpr (std::is_same_v<T, in::UpdateFrequencyPenalty>) {
+                    store.updateFrequencyPenalty(id, c.penalty);
+                    updateConversation([&](Conversation& v) { v.frequencyPenalty = c.penalty; });
+                    preferences.setDefaultFrequencyPenalty(c.penalty);
+                } else if constexpr (std::is_same_v<T, in::UpdateContextLimit>) {
+                    store.updateContextLimit(id, c.limit);
+                    updateConversation([&](Conversation& v) { v.contextLimit = c.limit; });
+                    preferences.setDefaultContextLimit(c.limit);
+                } else if constexpr (std::is_same_v<T, in::UpdateBookmark>) {
+                    if (indexer_) indexer_->updateBookmark(c.bookmarkId, c.url);
+                } else if constexpr (std::is_same_v<T, in::AddDocuments>) {
+                    if (indexer_) indexer_->addDocuments(c.urls);
+                } else if constexpr (std::is_same_v<T, in::HighlightContentForReference>) {
+                    highlightContentForReference(c.reference);
+                } else if constexpr (std::is_same_v<T, in::OpenExportAsDialog>) {
+                    // The save panel and the writing belong to the window.
+                } else if constexpr (std::is_same_v<T, in::GoToPage>) {
+                    state().pageNavigator->goToPage.notify(c.page, std::nullopt);
+                } else if constexpr (std::is_same_v<T, in::Find>) {
+                    find(c.keyword, c.scope);
+                } else if constexpr (std::is_same_v<T, in::UseContentAsMessageContext>) {
+                    updateState([&](ChatDetailState& s) {
+                        s.contextMode = ChatContextMode::quotedContent;
+                        s.stringContext = c.text;
+                    });
+                } else if constexpr (std::is_same_v<T, in::GoToReference>) {
+                    if (const auto& go = state().pageNavigator->goToReference()) go(c.reference);
+                } else if constexpr (std::is_same_v<T, in::Speak> ||
+                                     std::is_same_v<T, in::StartRecording> ||
+                                     std::is_same_v<T, in::StopRecording>) {
+                    // Reading aloud and dictation arrive with the speech subsystem.
+                } else if constexpr (std::is_same_v<T, in::LoadIndex>) {
+                    startAccessing(state().allDocuments);
+                    if (indexer_ && indexer_->loadIndex()) {
+                        const Date touched = now();
+                        updateConversation([&](Conversation& v) { v.updatedAt = touched; });
+                    }
+                } else if constexpr (std::is_same_v<T, in::LoadIndexUsingOpenAI> ||
+                                     std::is_same_v<T, in::UpdateCosts>) {
+                    // No effect.
+                } else if constexpr (std::is_same_v<T, in::UnloadIndex>) {
+                    if (indexer_) indexer_->unloadIndex();
+                    stopAccessing(state().allDocuments);
+                } else if constexpr (std::is_same_v<T, in::Sync>) {
+                    sync();
+                } else if constexpr (std::is_same_v<T, in::CancelRequest>) {
+                    cancelRequest();
+                } else if constexpr (std::is_same_v<T, in::Regenerate>) {
+                    regenerate();
+                } else if constexpr (std::is_same_v<T, in::ContinueGenerating>) {
+                    continueGenerating();
+                } else if constexpr (std::is_same_v<T, in::ShowEditLastMessageForm>) {
+                    updateState([](ChatDetailState& s) { s.shouldShowEditLastMessageForm = true; });
+                } else if constexpr (std::is_same_v<T, in::HideEditLastMessageForm>) {
+                    updateState(
+                        [](ChatDetailState& s) { s.shouldShowEditLastMessageForm = false; });
+                } else if constexpr (std::is_same_v<T, in::ShowGoToForm>) {
+                    updateState([](ChatDetailState& s) { s.shouldShowGoToPageForm = true; });
+                } else if constexpr (std::is_same_v<T, in::HideGoToForm>) {
+                    updateState([](ChatDetailState& s) { s.shouldShowGoToPageForm = false; });
+                } else if constexpr (std::is_same_v<T, in::CopyLastResponse>) {
+                    copyLastResponse();
+                } else if constexpr (std::is_same_v<T, in::ResetContext>) {
+                    resetContext();
+                } else if constexpr (std::is_same_v<T, in::ClearContextMarkers>) {
+                    clearContextMarkers();
+                } else if constexpr (std::is_same_v<T, in::DeleteAllMessages>) {
+                    deleteAllMessages();
+                } else if constexpr (std::is_same_v<T, in::GoToPreviousPage>) {
+                    state().pageNavigator->goToPreviousPage.notify();
+                } else if constexpr (std::is_same_v<T, in::GoToNextPage>) {
+                    state().pageNavigator->goToNextPage.notify();
+                } else if constexpr (std::is_same_v<T, in::GoBack>) {
+                    state().pageNavigator->goBack.notify();
+                } else if constexpr (std::is_same_v<T, in::GoForward>) {
+                    state().pageNavigator->goForward.notify();
+                } else if constexpr (std::is_same_v<T, in::FindNext>) {
+                    state().pageNavigator->findNext.notify();
+                } else if constexpr (std::is_same_v<T, in::FindPrevious>) {
+                    state().pageNavigator->findPrevious.notify();
+                } else if constexpr (std::is_same_v<T, in::ResetMessageContext>) {
+                    updateState([](ChatDetailState& s) {
+                        s.contextMode = ChatContextMode::all;
+                        s.stringContext.clear();
+                    });
+                } else if constexpr (std::is_same_v<T, in::StopSpeak>) {
+                    // The player arrives with the speech subsystem; nothing plays yet.
+                    updateState([](ChatDetailState& s) { s.playingMessageID.reset(); });
+                }
+            },
+            input);
+    } catch (const std::exception& error) {
+        log(std::string("ChatDetailViewModel: ") + error.what());
+    }
+}
+
+void ChatDetailViewModel::updateConversation(const std::function<void(Conversation&)>& change) {
+    change(conversation_);
+    updateState([&](ChatDetailState& s) { change(s.conversation); });
+}
+
+void ChatDetailViewModel::applyIndexingUpdate(const IndexingUpdate& update) {
+    conversation_.extraBookmarkIds = update.extraBookmarkIds;
+    updateState([&](ChatDetailState& s) {
+        s.loadingState = update.loadingState;
+        s.loadingFailReason = update.loadingFailReason.empty()
+                                  ? std::nullopt
+                                  : std::optional<std::string>(update.loadingFailReason);
+        s.indexingProgress = update.indexingProgress;
+        s.totalPageNumber = update.totalPageNumber;
+        s.isScannedDocument = update.isScannedDocument;
+        s.allDocuments = update.documents;
+        s.conversation.extraBookmarkIds = update.extraBookmarkIds;
+    });
+}
+
+void ChatDetailViewModel::sync() {
+    int64_t lastId = 0;
+    for (const auto& message : state().messages) lastId = std::max(lastId, message.id);
+    std::vector<Message> newer;
+    try {
+        newer = services_.chatService.getMessages(conversation_.id, lastId);
+    } catch (const std::exception& error) {
+        log(std::string("Cannot read the chat's messages: ") + error.what());
+    }
+    updateState([&](ChatDetailState& s) {
+        s.messages.insert(s.messages.end(), newer.begin(), newer.end());
+    });
+    if (isRetiredModel(conversation_.model)) {
+        try {
+            services_.chatService.updateModel(conversation_.id, "gpt-3.5-turbo");
+            updateConversation([](Conversation& c) { c.model = "gpt-3.5-turbo"; });
+        } catch (const std::exception& error) {
+            log(std::string("Cannot update the chat's model: ") + error.what());
+        }
+    }
+    updateState([](ChatDetailState& s) { s.loaded = true; });
+}
+
+void ChatDetailViewModel::find(const std::string& keyword, SearchScope scope) {
+    if (scope == SearchScope::chat) {
+        updateState([&](ChatDetailState& s) { s.isSearching = !keyword.empty(); });
+    }
+    debounceTimer_.start([this, keyword, scope] {
+        if (scope == SearchScope::pdf) {
+            state().pageNavigator->find.notify(keyword);
+        } else if (!keyword.empty()) {
+            runSearch(keyword);
+        } else {
+            ++searchGeneration_;
+            updateState([](ChatDetailState& s) {
+                s.searchKeyword.clear();
+                s.isSearching = false;
+                s.searchResults.clear();
+            });
+        }
+    });
+}
+
+void ChatDetailViewModel::runSearch(const std::string& keyword) {
+    const uint64_t generation = ++searchGeneration_;
+    updateState([&](ChatDetailState& s) {
+        s.searchKeyword = keyword;
+        s.isSearching = true;
+        s.searchResults.clear();
+    });
+    std::weak_ptr<ChatDetailViewModel*> alive = alive_;
+    searchTask_ = std::jthread([alive, generation, keyword, messages = state().messages,
+                                &mainQueue = services_.mainQueue] {
+        auto results = searchMessages(messages, keyword);
+        mainQueue.post([alive, generation, results = std::move(results)]() mutable {
+            auto self = alive.lock();
+            if (!self || (*self)->searchGeneration_ != generation) return;
+            (*self)->updateState([&](ChatDetailState& s) {
+                s.searchResults = std::move(results);
+                s.isSearching = false;
+            });
+        });
+    });
+}
+
+void ChatDetailViewModel::copyLastResponse() {
+    const auto& messages = state().messages;
+    const auto last = std::find_if(messages.rbegin(), messages.rend(),
+                                   [](const Message& m) { return m.role == "assistant"; });
+    if (last != messages.rend() && services_.clipboard) services_.clipboard->setText(last->content);
+}
+
+void ChatDetailViewModel::highlightContentForReference(const Reference& reference) {
+    if (!indexer_) return;
+    const ChatIndexes indexes = indexer_->indexes();
+    for (const auto& index : {indexes.openai, indexes.openaiNew, indexes.local}) {
+        if (!index) continue;
+        if (auto item = index->getItem(reference.id)) {
+            updateState([&](ChatDetailState& s) { s.highlightedText = item->text; });
+            return;
+        }
+    }
+}
+
+}  // namespace folvane

@@ -1,0 +1,110 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "SimilaritySearchKit/EmbeddingsProtocol.h"
+#include "conversation/ChatDetailInput.h"
+#include "conversation/ChatDetailState.h"
+#include "conversation/DebounceTimer.h"
+#include "conversation/ViewModel.h"
+#include "documents/ChatIndexer.h"
+
+namespace folvane {
+
+class AppPreferences;
+class ChatService;
+class Clipboard;
+class GPTEncoder;
+class MainQueue;
+class CompletionSink;
+struct RequestOutcome;
+
+// What a chat's view model works with. The references outlive the view model.
+struct ChatDetailServices {
+    using IndexerFactory = std::function<std::unique_ptr<ChatIndexer>(
+        const Conversation& conversation, ChatIndexer::Listener listener)>;
+
+    ChatService& chatService;
+    AppPreferences& preferences;
+    MainQueue& mainQueue;
+    const GPTEncoder& encoder;  // token counts of the instruction check and the cost
+    // Makes the chat's indexer; empty: the chat has no document work at all.
+    IndexerFactory makeIndexer;
+    // The on-device embedder that compares an answer with its chunks.
+    std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder;
+    Clipboard* clipboard = nullptr;  // none: copying does nothing
+};
+
+// The view model of one chat: the conversation, its documents and indexes, the
+// messages, the running request. Everything is called on the main thread, and
+// every change of the state is made there, in order: background work posts
+// its changes to the main queue. A request that a newer send has replaced
+// never writes into the newer one's state.
+class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, ChatDetailInput> {
+  public:
+    static constexpr std::chrono::milliseconds searchDelay{500};
+
+    // Cheap: reads the custom model and the documents, no message, no index.
+    ChatDetailViewModel(ChatDetailServices services, const Conversation& conversation);
+    // Stops the running work and waits for it.
+    ~ChatDetailViewModel() override;
+
+    void trigger(ChatDetailInput input) override;
+
+    // The operations of the send flow, also reached through trigger().
+    void sendMessage(std::string content, bool shouldSave, ChatContextMode contextMode,
+                     std::string stringContext);
+    void regenerate();
+    void continueGenerating();
+    void updateMessageContent(int64_t id, const std::string& content, bool resend);
+    void cancelRequest();
+    void resetContext();
+    void clearContextMarkers();
+    void deleteAllMessages();
+
+    // True while a request's task has not reached its end.
+    bool isRequestRunning() const;
+    // Blocks until every request task has ended (their posted changes may still
+    // wait in the main queue). For the CLI and tests.
+    void waitForRequests();
+    ChatIndexer* indexer() { return indexer_.get(); }
+
+  private:
+    friend class RequestSink;
+    struct RequestTask {
+        std::atomic<bool> finished = false;
+        std::jthread thread;  // requested to stop and joined when the object goes
+    };
+
+    void sync();
+    void find(const std::string& keyword, SearchScope scope);
+    void runSearch(const std::string& keyword);
+    void updateConversation(const std::function<void(Conversation&)>& change);
+    void applyIndexingUpdate(const IndexingUpdate& update);
+    void copyLastResponse();
+    void highlightContentForReference(const Reference& reference);
+    void finishRequest(uint64_t generation, const RequestOutcome& outcome);
+    void pruneFinishedRequests();
+
+    ChatDetailServices services_;
+    Conversation conversation_;
+    std::unique_ptr<ChatIndexer> indexer_;
+    // Posted blocks hold it weakly: a block that outlives the view model does nothing.
+    std::shared_ptr<ChatDetailViewModel*> alive_;
+    uint64_t requestGeneration_ = 0;
+    std::shared_ptr<RequestTask> request_;
+    std::list<std::shared_ptr<RequestTask>> replacedRequests_;
+    DebounceTimer debounceTimer_;
+    uint64_t searchGeneration_ = 0;
+    std::jthread searchTask_;
+};
+
+}  // namespace folvane

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "SimilaritySearchKit/EmbeddingsProtocol.h"
+#include "conversation/ChatContextMode.h"
+#include "conversation/ChatDetailState.h"
+#include "documents/ChatIndexer.h"
+#include "documents/Redaction.h"
+#include "store/Bookmark.h"
+#include "store/Conversation.h"
+#include "store/Message.h"
+
+namespace folvane {
+
+class ChatService;
+class CompletionSink;
+class GPTEncoder;
+class MainQueue;
+
+// What a request starts from, taken on the main thread when a send is accepted.
+struct RequestSetup {
+    Conversation conversation;
+    std::vector<Message> messages;  // the chat as it stood, the message to answer last
+    std::string content;            // the question, redacted: the retrieval query
+    ChatContextMode contextMode = ChatContextMode::all;
+    std::string stringContext;
+    std::string userInstruction;
+    bool appendUserInstruction = false;
+    std::string requestModel;  // the model of the user's message
+    std::string provider;      // the chat's custom model's provider, or "OpenAI"
+    std::vector<Bookmark> bookmarks;
+    ChatIndexes indexes;
+    RedactionOptions redaction;
+};
+
+// What the request hands to its last step on the main thread.
+struct RequestOutcome {
+    // The price of the instruction and of every message of the chat; the
+    // stored reply's price is added to it there.
+    double promptCost = 0;
+};
+
+// The background half of one send: builds the instruction and the history for
+// the chat's context mode, runs the completion passes, and works out the
+// references of the reply. Every change of the chat's state goes out through
+// the hooks, which post it to the main queue.
+class MessageRequest {
+  public:
+    static constexpr const char* noRelevantContent =
+        "No relevant content found. Make sure all your documents have been indexed and try "
+        "again.";
+    static constexpr const char* imageInstruction =
+        "You have access to an image from a PDF document. Answer user's question based on the "
+        "content of that image.";
+    static constexpr int retrievalCount = 5;
+
+    struct Hooks {
+        // Posts a change of the state (ignored once a newer send replaced this one).
+        std::function<void(std::function<void(ChatDetailState&)>)> change;
+        // Posts the last step: store the reply and its cost, drop the live message.
+        std::function<void(RequestOutcome)> finish;
+        std::shared_ptr<CompletionSink> sink;
+    };
+
+    MessageRequest(RequestSetup setup, ChatService& service, MainQueue& mainQueue,
+                   const GPTEncoder& encoder,
+                   std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder, Hooks hooks);
+
+    // Runs the request to its end on the calling thread; never throws.
+    void run(std::stop_token stop);
+
+    // The page numbers behind the separator: "Page:" taken out, split at
+    // commas, each piece reduced to its digits (a piece without any stays as
+    // an empty string).
+    static std::vector<std::string> pagesFromPageLine(std::string pageLine);
+    // The references whose page, as decimal text, is among the pages, in order.
+    static std::vector<Reference> referencesOnPages(const std::vector<Reference>& references,
+                                                    const std::vector<std::string>& pages);
+    // The user's standing instruction applied to the instruction or to the
+    // message that is answered, as the setting says.
+    static void applyUserInstruction(const std::string& userInstruction, bool appendToMessage,
+                                     std::string& systemInstruction, Message& lastMessage);
+
+  private:
+    // False when the request ended before the model was called.
+    bool buildContext(std::string& systemInstruction, std::vector<Message>& history);
+    std::vector<Reference> replyReferences(const std::string& answer, const std::string& pageLine,
+                                           const std::vector<Reference>& toolReferences);
+    double promptCost(const std::string& systemInstruction) const;
+
+    RequestSetup setup_;
+    ChatService& service_;
+    MainQueue& mainQueue_;
+    const GPTEncoder& encoder_;
+    std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder_;
+    Hooks hooks_;
+    std::vector<Reference> references_;
+    std::vector<SearchResult> candidates_;
+};
+
+}  // namespace folvane
