@@ -1,0 +1,233 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "chat/AppChatService.h"
+#include "chat/AppChatServiceError.h"
+#include "chat/ChatStream.h"
+#include "providers/APIErrorResponse.h"
+#include "providers/GPTEncoder.h"
+#include "store/AppPreferences.h"
+#include "store/CustomModelHelper.h"
+#include "support/LoopbackHttpClient.h"
+#include "support/LoopbackServer.h"
+#include "support/SseScript.h"
+#include "support/TempDir.h"
+#include "support/TestDatabase.h"
+
+namespace folvane {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using test::LoopbackServer;
+using test::SseScript;
+
+class ChatStreamTest : public ::testing::Test {
+  protected:
+    test::TempDir dir;
+    std::shared_ptr<SqliteConnection> db = test::makeDatabase(dir / "db.sqlite3");
+    AppPreferences preferences;
+    LoopbackServer server;
+    AppChatService service{
+        db, preferences, std::make_shared<test::LoopbackHttpClient>(),
+        std::make_shared<GPTEncoder>(std::filesystem::path(test::resourceDir()))};
+
+    void SetUp() override {
+        preferences.setCustomHost(server.baseURL().substr(std::string("http://").size()));
+        SseScript script;
+        script.content("Hi").finish("stop").done();
+        server.setHandler(test::chunkedResponse(script.pieces()));
+    }
+
+    static Message message(const std::string& role, const std::string& content) {
+        Message m;
+        m.conversationId = 1;
+        m.role = role;
+        m.content = content;
+        return m;
+    }
+
+    // Runs one pass to its end and returns the body the server received.
+    json sentBody(const Conversation& conversation, const std::vector<Message>& messages) {
+        auto stream = service.chatStream("Use the context.", messages, conversation);
+        std::string text;
+        while (auto chunk = stream->next()) {
+            if (!chunk->choices.empty() && chunk->choices[0].delta.content) {
+                text += *chunk->choices[0].delta.content;
+            }
+        }
+        EXPECT_EQ(text, "Hi");
+        return json::parse(server.lastRequest().body);
+    }
+};
+
+TEST_F(ChatStreamTest, TheQueryOfATurnFollowsTheRoute) {
+    CustomModel ollama;
+    ollama.provider = "Ollama";
+    ollama.name = "local";
+    ollama.apiEndpoint = server.baseURL();
+    ollama.modelId = "llama3";
+    ollama.contextLength = 4096;
+    ollama.headers = std::vector<CustomModelHeaderEntry>{};
+    const int64_t ollamaId = CustomModelHelper(db).insert(ollama);
+
+    Message picture = message("user", "What is in this picture?");
+    picture.imageURLs = {"https://example.com/chart.png"};
+
+    struct Case {
+        std::string name;
+        int64_t customModelId;
+        double presence, frequency;
+        std::vector<Message> messages;
+        std::string path;
+        json expected;  // the keys besides messages and stream; any other is absent
+    };
+    const std::vector<Case> cases{
+        {"built-in, penalties set",
+         0,
+         0.5,
+         0.25,
+         {message("user", "Hello")},
+         "/v1/chat/completions",
+         {{"model", "gpt-4"},
+          {"temperature", 0.3},
+          {"presence_penalty", 0.5},
+          {"frequency_penalty", 0.25}}},
+        {"built-in, one penalty at 0",
+         0,
+         0,
+         0.25,
+         {message("user", "Hello")},
+         "/v1/chat/completions",
+         {{"model", "gpt-4"}, {"temperature", 0.3}, {"frequency_penalty", 0.25}}},
+        {"built-in, no penalties",
+         0,
+         0,
+         -1,
+         {message("user", "Hello")},
+         "/v1/chat/completions",
+         {{"model", "gpt-4"}, {"temperature", 0.3}}},
+        {"custom model",
+         ollamaId,
+         0.5,
+         0.25,
+         {message("user", "Hello")},
+         "/v1/chat/completions",
+         {{"model", "gpt-4"}, {"temperature", 0.3}}},
+        {"image turn",
+         0,
+         0,
+         0,
+         {message("user", "Hello"), picture},
+         "/v1/chat/completions",
+         {{"model", "gpt-4-vision-preview"},
+          {"temperature", 0.3},
+          {"max_tokens", 4096},
+          {"presence_penalty", 0.0},
+          {"frequency_penalty", 0.0}}},
+        {"image turn, custom model",
+         ollamaId,
+         0.5,
+         0.25,
+         {picture},
+         "/v1/chat/completions",
+         {{"model", "gpt-4-vision-preview"},
+          {"temperature", 0.3},
+          {"max_tokens", 4096},
+          {"presence_penalty", 0.5},
+          {"frequency_penalty", 0.25}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Conversation conversation;
+        conversation.id = 1;
+        conversation.model = "gpt-4";
+        conversation.temperature = 0.3;
+        conversation.customModelId = c.customModelId;
+        conversation.presencePenalty = c.presence;
+        conversation.frequencyPenalty = c.frequency;
+        json body = sentBody(conversation, c.messages);
+        EXPECT_EQ(server.lastRequest().target, c.path);
+        EXPECT_EQ(body.at("stream"), true);
+        const json messages = body.at("messages");
+        ASSERT_EQ(messages.size(), c.messages.size() + 1);
+        EXPECT_EQ(messages[0].at("role"), "system");
+        EXPECT_EQ(messages[0].at("content"), "Use the context.");
+        body.erase("stream");
+        body.erase("messages");
+        EXPECT_EQ(body, c.expected);
+    }
+}
+
+TEST_F(ChatStreamTest, RouteAndBudgetFailuresComeBeforeAnyRequest) {
+    Conversation missingModel;
+    missingModel.customModelId = 4242;
+    EXPECT_THROW(
+        {
+            try {
+                service.chatStream("x", {message("user", "Hello")}, missingModel);
+            } catch (const AppChatServiceError& error) {
+                EXPECT_EQ(error.errorCase(), AppChatServiceError::Case::initError);
+                throw;
+            }
+        },
+        AppChatServiceError);
+    EXPECT_THROW(service.chatStream("x", {}, Conversation{}), AppChatServiceError);
+    EXPECT_TRUE(server.requests().empty());
+}
+
+// A stream fed by hand, through the same callbacks the client calls.
+struct HandFedStream {
+    OpenAI::OnResult onResult;
+    OpenAI::OnCompletion onCompletion;
+    std::unique_ptr<ChatStream> stream = std::make_unique<ChatStream>(
+        [this](OpenAI::OnResult result, OpenAI::OnCompletion completion) {
+            onResult = std::move(result);
+            onCompletion = std::move(completion);
+            return ChatStreamHandle();
+        });
+
+    static ChatStreamResult text(const std::string& content) {
+        ChatStreamResult result;
+        result.choices.push_back({0, {content, std::nullopt, std::nullopt, std::nullopt}, {}});
+        return result;
+    }
+};
+
+TEST(ChatStreamChannelTest, EventsComeInOrderAndTheErrorAfterThem) {
+    HandFedStream fed;
+    std::jthread producer([&] {
+        fed.onResult(HandFedStream::text("a"));
+        std::this_thread::sleep_for(5ms);
+        fed.onResult(HandFedStream::text("b"));
+        fed.onCompletion(std::make_exception_ptr(APIErrorResponse(APIError{"late", {}, {}, {}})));
+    });
+    EXPECT_EQ(fed.stream->next()->choices[0].delta.content, "a");
+    EXPECT_EQ(fed.stream->next()->choices[0].delta.content, "b");
+    EXPECT_THROW(fed.stream->next(), APIErrorResponse);
+}
+
+TEST(ChatStreamChannelTest, AStopOrACancelEndsTheWaitWithNothing) {
+    HandFedStream fed;
+    std::stop_source stop;
+    std::jthread stopper([&] {
+        std::this_thread::sleep_for(10ms);
+        stop.request_stop();
+    });
+    EXPECT_FALSE(fed.stream->next(stop.get_token()));
+
+    std::jthread canceller([&] {
+        std::this_thread::sleep_for(10ms);
+        fed.stream->cancel();
+    });
+    EXPECT_FALSE(fed.stream->next());
+    canceller.join();
+    // Nothing that comes after the cancel is handed out, not even the error.
+    fed.onResult(HandFedStream::text("late"));
+    fed.onCompletion(std::make_exception_ptr(std::runtime_error("cancelled")));
+    EXPECT_FALSE(fed.stream->next());
+}
+
+}  // namespace
+}  // namespace folvane
