@@ -15,7 +15,7 @@ packages=(
     # tests and benchmarks: a loopback HTTP server, libFuzzer, and the tools
     # and libraries that benchmarks compare against
     libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev
-    clang-14 libclang-rt-14-dev mupdf-tools tesseract-ocr libfaiss-dev
+    clang-14 libclang-rt-14-dev mupdf-tools tesseract-ocr libfaiss-dev libsimdjson-dev
     # a real Secret Service for the integration tests
     dbus dbus-daemon gnome-keyring
 )

@@ -299,7 +299,9 @@ std::optional<std::vector<float>> NativeEmbeddings::encode(const std::string& se
         hasPrevious = true;
     }
     if (features.empty()) addSymbolFeatures(sentence, features);
-    if (features.empty()) return std::vector<float>{};
+    // A blank text gets a direction of its own rather than no length, which
+    // would make every cosine with it not a number.
+    if (features.empty()) addFeature(features, hashBytes("", symbolSeed), symbolWeight);
     return project(features);
 }
 

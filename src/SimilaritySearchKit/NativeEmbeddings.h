@@ -19,10 +19,10 @@ namespace folvane {
 // scaled to unit length. The hash is our own, so a vector is the same on every
 // run and every machine.
 //
-// A text with no words but with other visible characters is embedded from
-// those characters, so it still has a direction; an empty or blank text gives
-// an empty vector. As a word embedding, a text that is not exactly one word
-// gives no vector.
+// Every text gets a unit vector, so no cosine with it is ever not a number: a
+// text with no words is embedded from its other visible characters, and an
+// empty or blank text has one fixed direction of its own. As a word
+// embedding, a text that is not exactly one word gives no vector.
 //
 // encode() keeps no state: it may run from several threads at once.
 class NativeEmbeddings final : public EmbeddingsProtocol {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "SimilaritySearchKit/IndexItemJsonReader.h"
 #include "store/JsonText.h"
 #include "store/RowReading.h"
 
@@ -35,11 +36,19 @@ std::vector<IndexItemExtra> EmbeddingModel::getAll(int64_t bookmarkId) const {
     query.bind(bookmarkId);
     std::vector<IndexItemExtra> result;
     while (query.step()) {
+        // The dedicated reader takes the form this program writes; anything
+        // else goes through the general parser, which accepts or rejects it.
+        std::optional<IndexItem> read = IndexItemJsonReader::read(query.text(0));
         IndexItem item;
-        try {
-            item = indexItemFromJson(readJson(query, 0));
-        } catch (const nlohmann::json::exception& error) {
-            throw DatabaseError(std::string("Invalid index item in the database: ") + error.what());
+        if (read) {
+            item = std::move(*read);
+        } else {
+            try {
+                item = indexItemFromJson(readJson(query, 0));
+            } catch (const nlohmann::json::exception& error) {
+                throw DatabaseError(std::string("Invalid index item in the database: ") +
+                                    error.what());
+            }
         }
         result.push_back(IndexItemExtra{std::move(item.id), std::move(item.text),
                                         std::move(item.embedding), std::move(item.metadata),
