@@ -102,7 +102,8 @@ class ChatIndexer {
     // no bookmarks, already indexing or loaded, or no custom model and no key.
     // On true the conversation's updatedAt has been moved to now in the table.
     bool loadIndex();
-    // Stops the chain (its children at their next chunk) and drops the indexes.
+    // Stops the chain (its children at their next chunk) and drops the indexes;
+    // a loaded chat goes back to `none`, so that the next loadIndex reloads it.
     void unloadIndex();
     // Processes one document again, with or without OCR of every page.
     void rebuildIndex(int64_t bookmarkId, bool forceOCR);
@@ -143,6 +144,7 @@ class ChatIndexer {
     void runChain(std::stop_token stop, const IndexingSettings& settings,
                   const std::vector<Bookmark>& toIndex, const std::vector<Bookmark>& indexed,
                   bool extra);
+    void abandon(bool extra);
     bool processDocument(std::stop_token stop, const IndexingSettings& settings,
                          const Bookmark& bookmark, int position, int total, bool forceOCR);
     ChosenIndex chooseIndex(const IndexingSettings& settings, int pageCount) const;

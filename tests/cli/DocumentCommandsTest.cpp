@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "store/SqliteConnection.h"
+#include "support/CliRunner.h"
+#include "support/TempDir.h"
+#include "support/TestPdf.h"
+
+namespace folvane {
+namespace {
+
+// The index and document commands end to end, on the on-device embedder. A
+// chat with a custom model needs no API key to be indexed.
+class DocumentCommandsTest : public ::testing::Test {
+  protected:
+    test::TempDir home;
+
+    test::CliResult cli(const std::vector<std::string>& args) {
+        return test::runCli(args, {{"HOME", home.path().string()},
+                                   {"XDG_DATA_HOME", home / "data"},
+                                   {"XDG_CONFIG_HOME", home / "config"},
+                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
+    }
+
+    std::string pdf(const std::string& name, int pages) {
+        std::vector<std::string> texts;
+        for (int page = 1; page <= pages; ++page) {
+            texts.push_back("Page " + std::to_string(page) + " of " + name +
+                            " describes the tides along the northern coast.");
+        }
+        test::writeFile(home / name, test::makePdf(texts));
+        return home / name;
+    }
+
+    std::string database() { return home / "data/co.tessavel.Folvane/db.sqlite3"; }
+
+    // Opens the files in a new chat given a custom model; gives the chat id.
+    std::string openChat(const std::vector<std::string>& files) {
+        std::vector<std::string> args = {"open"};
+        args.insert(args.end(), files.begin(), files.end());
+        const auto opened = cli(args);
+        EXPECT_EQ(opened.exitCode, 0) << opened.err;
+        const std::string id = opened.out.substr(0, opened.out.find('\n'));
+        SqliteConnection::open(database())
+            ->execute("UPDATE conversations SET customModelId = 1 WHERE id = " + id);
+        return id;
+    }
+
+    int64_t rowCount(const std::string& where = "1") {
+        auto db = SqliteConnection::open(database());
+        auto query = db->prepare("SELECT COUNT(*) FROM embeddings WHERE " + where);
+        query.step();
+        return query.int64(0);
+    }
+};
+
+TEST_F(DocumentCommandsTest, IndexEmbedsOnceAndThenLoadsTheRows) {
+    const std::string chat = openChat({pdf("a.pdf", 3)});
+    auto first = cli({"index", chat});
+    ASSERT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_NE(first.out.find("\tindexed\tfile://"), std::string::npos) << first.out;
+    EXPECT_NE(first.out.find("3 chunks ready"), std::string::npos) << first.out;
+    EXPECT_NE(first.out.find("3 pages embedded"), std::string::npos) << first.out;
+    EXPECT_NE(first.err.find("%"), std::string::npos);
+    EXPECT_EQ(rowCount(), 3);
+
+    auto second = cli({"index", chat});
+    ASSERT_EQ(second.exitCode, 0) << second.err;
+    EXPECT_NE(second.out.find("3 chunks ready"), std::string::npos) << second.out;
+    EXPECT_EQ(second.out.find("pages embedded"), std::string::npos) << second.out;
+    EXPECT_EQ(rowCount(), 3);
+}
+
+TEST_F(DocumentCommandsTest, AddRemoveAndReprocessADocument) {
+    const std::string chat = openChat({pdf("a.pdf", 1)});
+    auto added = cli({"add-documents", chat, pdf("b.pdf", 2)});
+    ASSERT_EQ(added.exitCode, 0) << added.err;
+    const std::string bookmark = added.out.substr(0, added.out.find('\t'));
+    EXPECT_NE(added.out.find("\tindexed\t"), std::string::npos) << added.out;
+    EXPECT_EQ(rowCount("bookmarkId = " + bookmark), 2);
+
+    auto again = cli({"reprocess", chat, bookmark});
+    ASSERT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_EQ(rowCount("bookmarkId = " + bookmark), 2);
+
+    auto removed = cli({"remove-document", chat, bookmark});
+    ASSERT_EQ(removed.exitCode, 0) << removed.err;
+    EXPECT_EQ(rowCount("bookmarkId = " + bookmark), 2);  // the rows stay for other chats
+    auto index = cli({"index", chat});
+    EXPECT_NE(index.out.find("1 chunks ready"), std::string::npos) << index.out;
+
+    auto missing = cli({"remove-document", chat, bookmark});
+    EXPECT_NE(missing.exitCode, 0);
+    EXPECT_NE(missing.err.find("has no document with the id " + bookmark), std::string::npos)
+        << missing.err;
+}
+
+TEST_F(DocumentCommandsTest, ErrorsSpeakToTheUser) {
+    const struct {
+        std::vector<std::string> args;
+        std::string words;
+    } cases[] = {
+        {{"index"}, "index needs a chat id"},
+        {{"index", "42"}, "No chat has the id 42."},
+        {{"reprocess", "1"}, "reprocess needs a chat id and a document id"},
+        {{"add-documents", "1", home / "nothing.pdf"}, "nothing.pdf"},
+    };
+    for (const auto& c : cases) {
+        const auto result = cli(c.args);
+        EXPECT_NE(result.exitCode, 0) << c.args[0];
+        EXPECT_NE(result.err.find(c.words), std::string::npos) << result.err;
+    }
+    // Without a key or a custom model the chat is not set up.
+    const auto opened = cli({"open", pdf("plain.pdf", 1)});
+    const auto result = cli({"index", opened.out.substr(0, opened.out.find('\n'))});
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_NE(result.err.find("not set up yet"), std::string::npos) << result.err;
+}
+
+}  // namespace
+}  // namespace folvane

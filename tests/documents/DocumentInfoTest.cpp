@@ -1,0 +1,122 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "chat/AppChatService.h"
+#include "documents/DocumentDigest.h"
+#include "documents/DocumentInfo.h"
+#include "documents/LoadingState.h"
+#include "platform/FileBookmark.h"
+#include "platform/FileUrl.h"
+#include "store/AppPreferences.h"
+#include "support/TempDir.h"
+#include "support/TestDatabase.h"
+
+namespace folvane {
+namespace {
+
+class DocumentInfoTest : public ::testing::Test {
+  protected:
+    test::TempDir dir;
+    std::shared_ptr<SqliteConnection> db = test::makeDatabase(dir / "db.sqlite3");
+    AppPreferences preferences;
+    AppChatService service{db, preferences};
+
+    Bookmark stored(const std::string& name, const std::string& bytes = "%PDF-1.4 one") {
+        test::writeFile(dir / name, bytes);
+        const auto chat = service.createConversation({fileUrlFromPath(dir / name)});
+        return *service.getBookmark(chat.bookmarkId);
+    }
+};
+
+TEST_F(DocumentInfoTest, TheStateFollowsTheStoredStatus) {
+    const Bookmark bookmark = stored("a.pdf");
+    const struct {
+        std::string status;
+        IndexingState notIndexed;
+        IndexingState expected;
+    } cases[] = {{"indexed", IndexingState::none, IndexingState::indexed},
+                 {"indexed", IndexingState::indexing, IndexingState::indexed},
+                 {"indexing", IndexingState::none, IndexingState::none},
+                 {"none", IndexingState::indexing, IndexingState::indexing}};
+    for (const auto& c : cases) {
+        Bookmark b = bookmark;
+        b.indexingStatus = c.status;
+        const auto info = documentInfo(b, c.notIndexed);
+        ASSERT_TRUE(info);
+        EXPECT_EQ(info->indexingState, c.expected) << c.status;
+        EXPECT_EQ(info->fileUrl, fileUrlFromPath(dir / "a.pdf"));
+        EXPECT_FALSE(info->isStale);
+        EXPECT_EQ(info->errorMessage, "");
+        EXPECT_FALSE(info->fileSize);
+    }
+}
+
+TEST_F(DocumentInfoTest, TheTwoStaleCasesDiffer) {
+    Bookmark moved = stored("moved.pdf");
+    std::filesystem::remove(dir / "moved.pdf");
+    const auto stale = documentInfo(moved);
+    ASSERT_TRUE(stale);
+    EXPECT_TRUE(stale->isStale);
+    EXPECT_EQ(stale->errorMessage, "Your document has been moved or deleted.");
+
+    Bookmark unreadable = stored("b.pdf");
+    unreadable.data = {'x', 'y'};
+    const auto unresolved = documentInfo(unreadable);
+    ASSERT_TRUE(unresolved);
+    EXPECT_TRUE(unresolved->isStale);
+    EXPECT_EQ(unresolved->errorMessage, "");
+    EXPECT_EQ(unresolved->fileUrl, unreadable.filePath);
+
+    Bookmark lost = unreadable;
+    lost.filePath = "no url here";
+    EXPECT_FALSE(documentInfo(lost));
+    EXPECT_EQ(documentInfos({moved, lost, unreadable}).size(), 2u);
+}
+
+TEST_F(DocumentInfoTest, UpdatingABookmarkPointsTheStaleDocumentToTheNewFile) {
+    const Bookmark bookmark = stored("old.pdf");
+    service.saveIndexItems({IndexItem{"row", "text", {1, 2}, {}}}, "", bookmark.id);
+    std::filesystem::remove(dir / "old.pdf");
+    std::vector<DocumentInfo> documents = documentInfos({*service.getBookmark(bookmark.id)});
+    ASSERT_TRUE(documents[0].isStale);
+
+    test::writeFile(dir / "new/place.pdf", "%PDF-1.4 other content");
+    const std::string newUrl = fileUrlFromPath(dir / "new/place.pdf");
+    ASSERT_TRUE(updateBookmark(service, bookmark.id, newUrl, documents));
+
+    const Bookmark row = *service.getBookmark(bookmark.id);
+    EXPECT_EQ(row.filePath, bookmark.filePath);
+    EXPECT_EQ(row.hash, documentDigest(dir / "new/place.pdf"));
+    EXPECT_EQ(FileBookmark::resolve(row.data).path, dir / "new/place.pdf");
+    ASSERT_EQ(documents.size(), 1u);
+    EXPECT_EQ(documents[0].fileUrl, newUrl);
+    EXPECT_FALSE(documents[0].isStale);
+    EXPECT_EQ(documents[0].errorMessage, "");
+    EXPECT_EQ(documents[0].indexingState, IndexingState::indexed);
+    EXPECT_EQ(documents[0].bookmark, row);
+    EXPECT_EQ(service.getIndexItems(bookmark.id).size(), 1u);
+
+    // A file that is not there changes nothing.
+    const auto before = documents;
+    EXPECT_FALSE(
+        updateBookmark(service, bookmark.id, fileUrlFromPath(dir / "gone.pdf"), documents));
+    EXPECT_EQ(documents, before);
+    EXPECT_EQ(*service.getBookmark(bookmark.id), row);
+}
+
+TEST(IndexingEnumsTest, RawValuesAreTheCaseNames) {
+    for (auto state :
+         {LoadingState::none, LoadingState::indexing, LoadingState::indexed, LoadingState::loading,
+          LoadingState::indexingExtra, LoadingState::loaded, LoadingState::failed}) {
+        EXPECT_EQ(loadingStateFromRaw(rawValue(state)), state);
+    }
+    EXPECT_EQ(rawValue(LoadingState::indexingExtra), "indexingExtra");
+    EXPECT_FALSE(loadingStateFromRaw("Loaded"));
+    EXPECT_EQ(rawValue(IndexingState::failed), "failed");
+    EXPECT_EQ(indexingStateFromRaw("indexing"), IndexingState::indexing);
+    EXPECT_FALSE(indexingStateFromRaw(""));
+}
+
+}  // namespace
+}  // namespace folvane
