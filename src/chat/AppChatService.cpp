@@ -335,5 +335,8 @@ void AppChatService::updateCustomModel(
 void AppChatService::deleteCustomModel(int64_t id) {
     customModelHelper_.remove(id);
 }
+void AppChatService::clearClientCaches() {
+    router_->clearCaches();
+}
 
 }  // namespace folvane

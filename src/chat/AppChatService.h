@@ -117,6 +117,7 @@ class AppChatService final : public ChatService {
                            const std::optional<std::vector<CustomModelHeaderEntry>>& headers,
                            bool useStream) override;
     void deleteCustomModel(int64_t id) override;
+    void clearClientCaches() override;
 
     // The local embedder, made once (Distilbert, else the lexical one), and a
     // new remote embedder on the current key at each call.

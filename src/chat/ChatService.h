@@ -113,6 +113,9 @@ class ChatService {
         const std::string& modelId, int contextLength,
         const std::optional<std::vector<CustomModelHeaderEntry>>& headers, bool useStream) = 0;
     virtual void deleteCustomModel(int64_t id) = 0;
+    // Forgets the kept wire clients and custom models after a custom model
+    // changes, so that the next request reads them anew.
+    virtual void clearClientCaches() = 0;
 };
 
 }  // namespace folvane

@@ -1,9 +1,247 @@
-#include "cli/CliContext.h"
+// folvane-cli models list [--json] | add PROVIDER [OPTIONS] | default ID | remove ID
+//
+// Drives the same custom-model view models as the settings' Models tab. An API
+// key is read from standard input (--api-key-stdin), never from the command
+// line, and is kept in the model's "api-key" header in the database, as the
+// settings forms keep it; listings show header names only.
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <iomanip>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "chat/AppChatService.h"
+#include "cli/CliArguments.h"
+#include "conversation/CustomModelListViewModel.h"
+#include "providers/CustomModelDefaults.h"
+#include "providers/CustomModelFormCheck.h"
+#include "providers/ModelNames.h"
+#include "providers/TokenHelper.h"
+#include "store/AppPreferences.h"
 
 namespace folvane {
+namespace {
 
-int runModelsCommand(CliContext&, const CliArguments&) {
-    throw std::runtime_error("The models command is not available yet.");
+namespace list_input = custom_model_list_input;
+using ModelRef = AnyViewModel<CustomModelDetailState, CustomModelDetailInput>;
+
+constexpr const char* modelsUsage =
+    "Usage: folvane-cli models list [--json]\n"
+    "       folvane-cli models add PROVIDER [--name NAME] [--endpoint URL] [--model ID]\n"
+    "                   [--context N] [--header KEY=VALUE]... [--api-key-stdin] [--no-stream]\n"
+    "       folvane-cli models default ID      (0: OpenAI with the stored key)\n"
+    "       folvane-cli models remove ID";
+
+std::string lowered(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::string trimmed(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos) return "";
+    const auto last = text.find_last_not_of(" \t\r\n");
+    return text.substr(first, last - first + 1);
+}
+
+// A provider by its raw value, in any case ("localai", "Ollama").
+std::string parseProvider(const std::string& text) {
+    for (auto provider : CustomModelDefaults::addableProviders()) {
+        if (lowered(std::string(provider)) == lowered(text)) return std::string(provider);
+    }
+    std::string known;
+    for (auto provider : CustomModelDefaults::addableProviders()) {
+        known += "\n  " + std::string(provider) + " (" +
+                 std::string(CustomModelDefaults::addMenuTitle(provider)) + ")";
+    }
+    throw UsageError("Unknown provider: " + text + ". The providers are:" + known);
+}
+
+std::vector<std::string> takeRepeatedOption(CliArguments& args, const std::string& option) {
+    std::vector<std::string> values;
+    while (auto value = takeOption(args, option)) values.push_back(*value);
+    return values;
+}
+
+int64_t parseModelId(const std::string& text) {
+    if (text == "0") return 0;
+    return parseId(text, "model id");
+}
+
+std::optional<ModelRef> findModel(const CustomModelListViewModel& list, int64_t id) {
+    for (const auto& model : list.state().models) {
+        if (model.id() == id) return model;
+    }
+    return std::nullopt;
+}
+
+std::string headerNames(const CustomModel& model) {
+    std::string names;
+    for (const auto& header : model.headers.value_or(std::vector<CustomModelHeaderEntry>{})) {
+        if (!names.empty()) names += ",";
+        names += header.key;
+    }
+    return names;
+}
+
+int listModels(CliContext& context, CustomModelListViewModel& list, CliArguments args) {
+    const bool json = takeFlag(args, "--json");
+    expectNoMoreArguments(args, 0);
+    const int64_t defaultId = context.preferences().customModelId();
+    auto& out = context.out();
+    if (json) {
+        for (const auto& ref : list.state().models) {
+            const CustomModel& model = ref.state().model;
+            nlohmann::ordered_json row;
+            row["id"] = ref.id();
+            row["provider"] = model.provider;
+            row["name"] = model.name;
+            row["endpoint"] = model.apiEndpoint;
+            row["model"] = model.modelId;
+            row["context"] = model.contextLength;
+            row["stream"] = model.useStream;
+            auto headers = nlohmann::json::array();
+            for (const auto& header : model.headers.value_or(std::vector<CustomModelHeaderEntry>{}))
+                headers.push_back(header.key);
+            row["headers"] = headers;
+            row["default"] = ref.id() == defaultId;
+            out << row.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        }
+        return 0;
+    }
+    out << (defaultId == 0 ? "* " : "  ") << std::left << std::setw(5) << "0"
+        << "OpenAI (built in)\n";
+    for (const auto& ref : list.state().models) {
+        const CustomModel& model = ref.state().model;
+        out << (ref.id() == defaultId ? "* " : "  ") << std::left << std::setw(5) << ref.id()
+            << model.name << "  [" << providerDisplayName(model.provider) << "]  model "
+            << (model.modelId.empty() ? "(none)" : modelDisplayName(model.modelId, model.provider))
+            << "  endpoint " << (model.apiEndpoint.empty() ? "(none)" : model.apiEndpoint)
+            << "  context " << model.contextLength;
+        if (const auto names = headerNames(model); !names.empty()) out << "  headers " << names;
+        out << '\n';
+    }
+    out << "* the default for new chats\n";
+    return 0;
+}
+
+int addModel(CliContext& context, CustomModelListViewModel& list, CliArguments args) {
+    if (args.empty()) throw UsageError(std::string("models add needs a provider\n") + modelsUsage);
+    const auto name = takeOption(args, "--name");
+    const auto endpoint = takeOption(args, "--endpoint");
+    const auto modelId = takeOption(args, "--model");
+    const auto contextText = takeOption(args, "--context");
+    const auto headerTexts = takeRepeatedOption(args, "--header");
+    const bool keyFromStdin = takeFlag(args, "--api-key-stdin");
+    const bool noStream = takeFlag(args, "--no-stream");
+    const std::string provider = parseProvider(args.front());
+    expectNoMoreArguments(args, 1);
+
+    // The fields as the provider's form would hold them before it saves.
+    const CustomModel row = CustomModelDefaults::newRow(provider);
+    custom_model_input::Save fields;
+    fields.name = name.value_or(row.name);
+    std::string formEndpoint = CustomModelDefaults::formEndpoint(provider);
+    fields.apiEndpoint = endpoint.value_or(formEndpoint.empty() ? row.apiEndpoint : formEndpoint);
+    fields.modelId = modelId.value_or(CustomModelDefaults::formModelId(provider));
+    std::string contextField;
+    if (contextText) {
+        contextField = *contextText;
+    } else if (provider == providers::azureOpenAI || provider == providers::openRouter) {
+        contextField = std::to_string(tokenLimit(fields.modelId, "OpenAI"));
+    } else {
+        contextField = std::to_string(row.contextLength);
+    }
+    fields.useStream = !noStream;
+    for (const auto& text : headerTexts) {
+        const auto equals = text.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            throw UsageError("A header is KEY=VALUE: " + text);
+        }
+        fields.headers.push_back({text.substr(0, equals), text.substr(equals + 1)});
+    }
+    if (keyFromStdin) {
+        std::string line;
+        std::getline(std::cin, line);
+        const std::string key = trimmed(line);
+        if (key.empty()) throw std::runtime_error("No API key on standard input.");
+        const std::string keyHeader = provider == providers::anthropicAI ? "x-api-key" : "api-key";
+        std::erase_if(fields.headers, [&](const auto& header) { return header.key == keyHeader; });
+        fields.headers.push_back({keyHeader, key});
+    }
+
+    if (auto problem = CustomModelFormCheck::problem(provider, fields.name, fields.apiEndpoint,
+                                                     contextField)) {
+        throw std::runtime_error("The custom model was not saved: " + *problem + ".");
+    }
+    fields.contextLength = *CustomModelFormCheck::parseContextLength(contextField);
+
+    const size_t before = list.state().models.size();
+    list.trigger(list_input::AddNew{provider});
+    if (list.state().models.size() != before + 1) {
+        throw std::runtime_error("The custom model could not be added.");
+    }
+    ModelRef added = list.state().models.back();
+    added.trigger(fields);
+    if (added.state().model.modelId != fields.modelId ||
+        added.state().model.apiEndpoint != fields.apiEndpoint) {
+        throw std::runtime_error("The custom model could not be saved.");
+    }
+
+    // As after a passing check in the settings: without an OpenAI key and with
+    // no other default, the new model becomes the default for new chats.
+    auto& preferences = context.preferences();
+    if (preferences.customModelId() == 0 && preferences.openAIKey().empty()) {
+        preferences.setCustomModelId(added.id());
+    }
+    preferences.setLastUpdated(std::chrono::system_clock::now());
+    context.out() << added.id() << '\n';
+    return 0;
+}
+
+int setDefault(CliContext& context, CustomModelListViewModel& list, const CliArguments& args) {
+    if (args.empty()) throw UsageError("models default needs a model id (0 for OpenAI)");
+    expectNoMoreArguments(args, 1);
+    const int64_t id = parseModelId(args[0]);
+    if (id != 0 && !findModel(list, id)) {
+        throw std::runtime_error("There is no custom model with the id " + std::to_string(id) +
+                                 ".");
+    }
+    context.preferences().setCustomModelId(id);
+    return 0;
+}
+
+int removeModel(CustomModelListViewModel& list, const CliArguments& args) {
+    if (args.empty()) throw UsageError("models remove needs a model id");
+    expectNoMoreArguments(args, 1);
+    const int64_t id = parseId(args[0], "model id");
+    if (!findModel(list, id)) {
+        throw std::runtime_error("There is no custom model with the id " + std::to_string(id) +
+                                 ".");
+    }
+    list.trigger(list_input::Remove{id});
+    if (findModel(list, id)) throw std::runtime_error("Failed to delete the custom model.");
+    return 0;
+}
+
+}  // namespace
+
+int runModelsCommand(CliContext& context, const CliArguments& arguments) {
+    if (arguments.empty()) throw UsageError(modelsUsage);
+    const std::string action = arguments.front();
+    const CliArguments rest(arguments.begin() + 1, arguments.end());
+
+    CustomModelListViewModel list(context.service(), context.preferences());
+    list.trigger(list_input::Sync{});
+    if (action == "list") return listModels(context, list, rest);
+    if (action == "add") return addModel(context, list, rest);
+    if (action == "default") return setDefault(context, list, rest);
+    if (action == "remove") return removeModel(list, rest);
+    throw UsageError(modelsUsage);
 }
 
 }  // namespace folvane

@@ -160,6 +160,10 @@ json AppPreferences::value(Setting setting) const {
     return descriptor.defaultValue;
 }
 
+bool AppPreferences::isStored(Setting setting) const {
+    return store_->contains(settingDescriptor(setting).key);
+}
+
 void AppPreferences::setValue(Setting setting, const json& newValue) {
     const auto& descriptor = settingDescriptor(setting);
     auto accepted = acceptedValue(descriptor, newValue);

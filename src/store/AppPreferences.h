@@ -85,6 +85,8 @@ class AppPreferences {
     // An absent optional string is JSON null.
     nlohmann::json value(Setting setting) const;
     void setValue(Setting setting, const nlohmann::json& value);
+    // Whether the key-value store holds the setting's key at all.
+    bool isStored(Setting setting) const;
 
     // The secret.
     bool isSecretStoreAvailable() const;

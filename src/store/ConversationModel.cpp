@@ -97,8 +97,10 @@ int64_t ConversationModel::insert(const Conversation& c) const {
 }
 
 void ConversationModel::remove(int64_t id) const {
-    db_->prepare("DELETE FROM conversations WHERE id = ?").bind(id).run();
-    db_->prepare("DELETE FROM messages WHERE conversationId = ?").bind(id).run();
+    db_->transaction([&] {
+        db_->prepare("DELETE FROM conversations WHERE id = ?").bind(id).run();
+        db_->prepare("DELETE FROM messages WHERE conversationId = ?").bind(id).run();
+    });
 }
 
 template <typename Value>

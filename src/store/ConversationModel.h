@@ -23,7 +23,7 @@ class ConversationModel {
     // The newest chat whose main document is this bookmark.
     std::optional<Conversation> findLatest(int64_t bookmarkId) const;
     int64_t insert(const Conversation& conversation) const;
-    // The conversation first, then its messages.
+    // The conversation first, then its messages, in one transaction.
     void remove(int64_t id) const;
 
     void updateTitle(int64_t id, const std::string& title) const;

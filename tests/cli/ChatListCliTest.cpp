@@ -1,0 +1,183 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "support/CliRunner.h"
+#include "support/TempDir.h"
+
+namespace folvane {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+// A new user for each test (the seed's demo chat is chat 1 with two
+// messages), and no Secret Service on the bus.
+class ChatListCliTest : public ::testing::Test {
+  protected:
+    test::TempDir home;
+    std::string configDir = home / "config/co.tessavel.Folvane";
+
+    test::CliResult cli(const std::vector<std::string>& args, const std::string& input = "",
+                        const std::string& workingDirectory = "") {
+        return test::runCli(args,
+                            {{"HOME", home.path().string()},
+                             {"XDG_DATA_HOME", home / "data"},
+                             {"XDG_CONFIG_HOME", home / "config"},
+                             {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}},
+                            input, workingDirectory);
+    }
+
+    // Each line of a --json listing.
+    std::vector<nlohmann::json> jsonLines(const std::vector<std::string>& args) {
+        const auto result = cli(args);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        std::vector<nlohmann::json> lines;
+        std::istringstream in(result.out);
+        for (std::string line; std::getline(in, line);)
+            lines.push_back(nlohmann::json::parse(line));
+        return lines;
+    }
+
+    nlohmann::json settings() {
+        return nlohmann::json::parse(test::readFile(configDir + "/settings.json"));
+    }
+};
+
+TEST_F(ChatListCliTest, ForkCopiesAChatUpToAMessageAndRemoveDeletesIt) {
+    const auto messages = jsonLines({"messages", "1", "--json"});
+    ASSERT_EQ(messages.size(), 2u);
+    const std::string firstId = std::to_string(messages[0]["id"].get<int64_t>());
+
+    const auto fork = cli({"fork", "1", firstId});
+    ASSERT_EQ(fork.exitCode, 0) << fork.err;
+    const std::string copy = fork.out.substr(0, fork.out.find('\n'));
+    EXPECT_NE(copy, "1");
+    const auto copied = jsonLines({"messages", copy, "--json"});
+    ASSERT_EQ(copied.size(), 1u);
+    EXPECT_EQ(copied[0]["content"], messages[0]["content"]);
+    EXPECT_EQ(jsonLines({"chats", "--json"}).size(), 2u);
+
+    const auto removed = cli({"remove", copy});
+    ASSERT_EQ(removed.exitCode, 0) << removed.err;
+    const auto chats = jsonLines({"chats", "--json"});
+    ASSERT_EQ(chats.size(), 1u);
+    EXPECT_EQ(chats[0]["id"], 1);
+
+    const auto again = cli({"remove", copy});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_THAT(again.err, HasSubstr("There is no chat with the id " + copy + "."));
+    const auto strange = cli({"fork", "1", "999"});
+    EXPECT_EQ(strange.exitCode, 1);
+    EXPECT_THAT(strange.err, HasSubstr("The chat 1 has no message with the id 999."));
+    EXPECT_EQ(cli({"fork", "1"}).exitCode, 2);
+}
+
+TEST_F(ChatListCliTest, ExportWritesEachFormatAndNamesTheFileByDefault) {
+    const std::string out = home / "out";
+    std::filesystem::create_directories(out);
+
+    const auto markdown = cli({"export", "1", "--format", "markdown", "-o", out + "/demo.md"});
+    ASSERT_EQ(markdown.exitCode, 0) << markdown.err;
+    EXPECT_EQ(markdown.out, out + "/demo.md\n");
+    const std::string text = test::readFile(out + "/demo.md");
+    EXPECT_THAT(text,
+                StartsWith("**User**: What problem does this paper solve?\n\n**Assistant**: "));
+
+    const auto json = cli({"export", "1", "--format", "json", "-o", out + "/demo.json"});
+    ASSERT_EQ(json.exitCode, 0) << json.err;
+    const auto array = nlohmann::json::parse(test::readFile(out + "/demo.json"));
+    ASSERT_EQ(array.size(), 2u);
+    EXPECT_EQ(array[1]["role"], "assistant");
+
+    // Without -o: "chat-<uuid>.html" in the working directory, a new name each time.
+    const auto first = cli({"export", "1", "--format", "html"}, "", out);
+    const auto second = cli({"export", "1", "--format", "html"}, "", out);
+    ASSERT_EQ(first.exitCode, 0) << first.err;
+    ASSERT_EQ(second.exitCode, 0) << second.err;
+    EXPECT_NE(first.out, second.out);
+    const std::filesystem::path page = first.out.substr(0, first.out.size() - 1);
+    EXPECT_EQ(page.parent_path(), std::filesystem::path(out));
+    EXPECT_THAT(page.filename().string(), StartsWith("chat-"));
+    EXPECT_EQ(page.extension(), ".html");
+    EXPECT_THAT(test::readFile(page), HasSubstr("<p><strong>User</strong>: What problem"));
+
+    EXPECT_EQ(cli({"export", "1", "--format", "pdf"}).exitCode, 2);
+    EXPECT_EQ(cli({"export", "1"}).exitCode, 2);
+    const auto unwritable =
+        cli({"export", "1", "--format", "json", "-o", out + "/no/such/dir.json"});
+    EXPECT_EQ(unwritable.exitCode, 1);
+    EXPECT_THAT(unwritable.err, HasSubstr("no/such/dir.json"));
+}
+
+TEST_F(ChatListCliTest, ModelsAddListDefaultAndRemove) {
+    EXPECT_THAT(cli({"models", "list"}).out, HasSubstr("* 0    OpenAI (built in)"));
+
+    // A local OpenAI-compatible server, with its key on standard input.
+    const auto added = cli({"models", "add", "localai", "--name", "Workstation", "--endpoint",
+                            "http://127.0.0.1:8080/v1/chat/completions", "--model", "qwen2.5",
+                            "--context", "32768", "--header", "X-Team=docs", "--api-key-stdin"},
+                           "sk-local-secret\n");
+    ASSERT_EQ(added.exitCode, 0) << added.err;
+    const std::string id = added.out.substr(0, added.out.find('\n'));
+
+    auto models = jsonLines({"models", "list", "--json"});
+    ASSERT_EQ(models.size(), 1u);
+    EXPECT_EQ(models[0]["provider"], "LocalAI");
+    EXPECT_EQ(models[0]["name"], "Workstation");
+    EXPECT_EQ(models[0]["model"], "qwen2.5");
+    EXPECT_EQ(models[0]["context"], 32768);
+    EXPECT_EQ(models[0]["headers"], (nlohmann::json{"X-Team", "api-key"}));
+    // Without an OpenAI key and no other default, the new model is the default.
+    EXPECT_EQ(models[0]["default"], true);
+    EXPECT_EQ(settings()["customModelId"], std::stoll(id));
+
+    // The key stays out of every listing and of the settings file.
+    const auto listing = cli({"models", "list"});
+    EXPECT_THAT(listing.out, HasSubstr("Workstation  [Local Model]  model qwen2.5"));
+    EXPECT_THAT(listing.out + test::readFile(configDir + "/settings.json"),
+                Not(HasSubstr("sk-local-secret")));
+
+    // A second model with the Ollama defaults; new chats follow "default".
+    const auto ollama = cli({"models", "add", "Ollama", "--model", "llama3"});
+    ASSERT_EQ(ollama.exitCode, 0) << ollama.err;
+    const std::string ollamaId = ollama.out.substr(0, ollama.out.find('\n'));
+    models = jsonLines({"models", "list", "--json"});
+    ASSERT_EQ(models.size(), 2u);
+    EXPECT_EQ(models[1]["endpoint"], "http://localhost:11434");
+    EXPECT_EQ(models[1]["context"], 8096);
+    EXPECT_EQ(models[1]["default"], false);
+    ASSERT_EQ(cli({"models", "default", ollamaId}).exitCode, 0);
+    EXPECT_EQ(settings()["customModelId"], std::stoll(ollamaId));
+
+    // Removing the default goes back to the built-in route.
+    ASSERT_EQ(cli({"models", "remove", ollamaId}).exitCode, 0);
+    EXPECT_EQ(settings()["customModelId"], 0);
+    EXPECT_EQ(jsonLines({"models", "list", "--json"}).size(), 1u);
+    ASSERT_EQ(cli({"models", "default", "0"}).exitCode, 0);
+
+    const auto missing = cli({"models", "remove", ollamaId});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_THAT(missing.err, HasSubstr("There is no custom model with the id " + ollamaId));
+}
+
+TEST_F(ChatListCliTest, ModelsAddRefusesWhatTheFormWouldRefuse) {
+    const auto noPath = cli({"models", "add", "LocalAI", "--endpoint", "http://127.0.0.1:8080/v1"});
+    EXPECT_EQ(noPath.exitCode, 1);
+    EXPECT_THAT(noPath.err, HasSubstr("The custom model was not saved: invalid endpoint."));
+    const auto context = cli({"models", "add", "Ollama", "--context", "lots"});
+    EXPECT_EQ(context.exitCode, 1);
+    EXPECT_THAT(context.err, HasSubstr("no context length"));
+    const auto provider = cli({"models", "add", "Nowhere"});
+    EXPECT_EQ(provider.exitCode, 2);
+    EXPECT_THAT(provider.err, HasSubstr("Unknown provider: Nowhere"));
+    EXPECT_EQ(cli({"models", "add", "LocalAI", "--header", "novalue"}).exitCode, 2);
+    EXPECT_TRUE(jsonLines({"models", "list", "--json"}).empty());
+}
+
+}  // namespace
+}  // namespace folvane
