@@ -1,0 +1,125 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "chat/AppChatService.h"
+#include "platform/FileUrl.h"
+#include "store/AppPreferences.h"
+#include "store/SqliteConnection.h"
+#include "support/CliRunner.h"
+#include "support/ScriptedChatServer.h"
+#include "support/TempDir.h"
+#include "support/TestPdf.h"
+
+namespace folvane {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+// The ask family end to end: the built CLI over a fresh data folder, a chat on
+// a PDF made here, answered by a scripted server on the loopback as a custom model.
+class SessionCommandsTest : public ::testing::Test {
+  protected:
+    test::TempDir home;
+    std::string dataDir = home / "data/co.tessavel.Folvane";
+    test::LoopbackServer server;
+    std::string chatId;
+
+    test::CliResult cli(const std::vector<std::string>& args) {
+        return test::runCli(args, {{"HOME", home.path().string()},
+                                   {"XDG_DATA_HOME", home / "data"},
+                                   {"XDG_CONFIG_HOME", home / "config"},
+                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
+    }
+
+    void SetUp() override {
+        const std::string path = home / "paper.pdf";
+        test::writeFile(path, test::makePdf({"Bitcoin is electronic cash between peers.",
+                                             "Mining secures the chain with proof of work."}));
+        const auto opened = cli({"open", path});
+        ASSERT_EQ(opened.exitCode, 0) << opened.err;
+        chatId = opened.out.substr(0, opened.out.find('\n'));
+
+        // Point the chat at the scripted server, as a custom model would.
+        AppPreferences preferences;
+        AppChatService service(SqliteConnection::open(dataDir + "/db.sqlite3"), preferences);
+        CustomModel custom;
+        custom.provider = "Ollama";
+        custom.name = "Scripted";
+        custom.apiEndpoint = server.baseURL();
+        custom.modelId = "gpt-4";
+        custom.contextLength = 16000;
+        const int64_t id = std::stoll(chatId);
+        service.updateCustomModelId(id, service.insertCustomModel(custom));
+        service.updateModel(id, "gpt-4");
+    }
+};
+
+TEST_F(SessionCommandsTest, AskStreamsTheAnswerWithItsPagesAndCost) {
+    test::serveChatScripts(
+        server, {test::textScript({"Proof of ", "work secures it.", "\n.....REFS.....\n2"})});
+    const auto asked = cli({"ask", chatId, "How is the chain secured?"});
+    ASSERT_EQ(asked.exitCode, 0) << asked.err;
+    EXPECT_THAT(asked.out, HasSubstr("Proof of work secures it.\n"));
+    EXPECT_THAT(asked.out, Not(HasSubstr("REFS")));
+    EXPECT_THAT(asked.out, HasSubstr("\nPage: 2\n"));
+    EXPECT_THAT(asked.out, HasSubstr("Cost of the chat: $"));
+    EXPECT_THAT(asked.err, HasSubstr("Assistant is thinking..."));
+    EXPECT_THAT(asked.err, HasSubstr("Assistant is typing..."));
+    EXPECT_THAT(asked.err, HasSubstr("Indexing the documents"));
+
+    const auto messages = cli({"messages", chatId});
+    EXPECT_THAT(messages.out, HasSubstr("How is the chain secured?"));
+    EXPECT_THAT(messages.out, HasSubstr("Proof of work secures it."));
+
+    const auto found = cli({"search", chatId, "secures"});
+    ASSERT_EQ(found.exitCode, 0) << found.err;
+    EXPECT_THAT(found.out, HasSubstr("Proof of work ==secures== it."));
+    EXPECT_THAT(found.out, Not(HasSubstr("How is the chain")));
+
+    ASSERT_EQ(cli({"delete-messages", chatId}).exitCode, 0);
+    EXPECT_THAT(cli({"messages", chatId}).out, Not(HasSubstr("secured")));
+}
+
+TEST_F(SessionCommandsTest, ARejectedQuestionPrintsTheProvidersWordsAndFails) {
+    test::ChatScript rejected;
+    rejected.status = 401;
+    rejected.events = {R"({"error":{"message":"Invalid key.","type":"auth","code":null}})"};
+    test::serveChatScripts(server, {rejected});
+    const auto asked = cli({"ask", chatId, "Anything?"});
+    EXPECT_EQ(asked.exitCode, 1);
+    EXPECT_THAT(asked.err, HasSubstr("Sorry, OpenAI has rejected your request. Here is the error "
+                                     "message from OpenAI: Invalid key."));
+    EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr("Anything?"));
+}
+
+TEST_F(SessionCommandsTest, RegenerateAndEditSendTheQuestionAgain) {
+    test::serveChatScripts(server, {test::textScript({"First"}), test::textScript({"Second"}),
+                                    test::textScript({"Third"})});
+    ASSERT_EQ(cli({"ask", chatId, "What is bitcoin?"}).exitCode, 0);
+    const auto again = cli({"regenerate", chatId});
+    ASSERT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_THAT(again.out, HasSubstr("Second"));
+    auto messages = cli({"messages", chatId}).out;
+    EXPECT_THAT(messages, Not(HasSubstr("First")));
+
+    const auto userId = messages.substr(1, messages.find(']') - 1);
+    const auto edited = cli({"edit", chatId, userId, "What is mining?", "--resend"});
+    ASSERT_EQ(edited.exitCode, 0) << edited.err;
+    EXPECT_THAT(edited.out, HasSubstr("Third"));
+    messages = cli({"messages", chatId}).out;
+    EXPECT_THAT(messages, HasSubstr("What is mining?"));
+    EXPECT_THAT(messages, Not(HasSubstr("Second")));
+
+    EXPECT_EQ(cli({"reset-context", chatId}).exitCode, 0);
+    EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr("--- reset-context ---"));
+    EXPECT_EQ(cli({"clear-markers", chatId}).exitCode, 0);
+    EXPECT_THAT(cli({"messages", chatId}).out, Not(HasSubstr("reset-context")));
+
+    const auto unknown = cli({"ask", "999", "Hello?"});
+    EXPECT_NE(unknown.exitCode, 0);
+    EXPECT_THAT(unknown.err, HasSubstr("No chat has the id 999."));
+}
+
+}  // namespace
+}  // namespace folvane

@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include "conversation/MessageSearch.h"
+#include "conversation/PageNavigator.h"
+
+namespace folvane {
+namespace {
+
+Message message(int64_t id, std::string role, std::string content) {
+    Message m;
+    m.id = id;
+    m.role = std::move(role);
+    m.content = std::move(content);
+    return m;
+}
+
+TEST(MessageSearchTest, FindsWithoutCaseAndMarksOnlyTheTypedCase) {
+    const std::vector<Message> messages = {
+        message(1, "user", "What is Bitcoin? bitcoin!"),
+        message(2, "assistant", "BITCOIN is a currency; Bitcoin too."),
+        message(3, "user", "Nothing here"),
+        message(4, "application", ""),
+    };
+    struct Case {
+        std::string keyword;
+        std::vector<std::pair<int64_t, std::string>> expected;
+    };
+    const std::vector<Case> cases = {
+        {"Bitcoin",
+         {{1, "What is **Bitcoin**? bitcoin!"}, {2, "BITCOIN is a currency; ==Bitcoin== too."}}},
+        {"bitcoin",
+         {{1, "What is Bitcoin? **bitcoin**!"}, {2, "BITCOIN is a currency; Bitcoin too."}}},
+        {"here", {{3, "Nothing **here**"}}},
+        {"absent", {}},
+        {"", {}},
+    };
+    for (const auto& c : cases) {
+        const auto results = searchMessages(messages, c.keyword);
+        ASSERT_EQ(results.size(), c.expected.size()) << c.keyword;
+        for (size_t i = 0; i < results.size(); ++i) {
+            EXPECT_EQ(results[i].id, c.expected[i].first) << c.keyword;
+            EXPECT_EQ(results[i].content, c.expected[i].second) << c.keyword;
+        }
+    }
+    EXPECT_EQ(messages[0].content, "What is Bitcoin? bitcoin!");  // the originals stay
+}
+
+TEST(MessageSearchTest, LowersNonAsciiLettersToo) {
+    const auto results = searchMessages({message(1, "assistant", "Über alles")}, "über");
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_EQ(results[0].content, "Über alles");  // found, not marked: the case differs
+}
+
+TEST(PageNavigatorTest, ASendReachesEveryReceiverListeningAndNothingWithoutOne) {
+    PageNavigator navigator;
+    navigator.goToPage.notify(3, std::nullopt);  // no receiver: nothing happens
+
+    std::vector<std::string> first, second;
+    auto a = navigator.goToPage.subscribe([&](int page, const std::optional<std::string>& text) {
+        first.push_back(std::to_string(page) + text.value_or("-"));
+    });
+    auto b = navigator.goToPage.subscribe([&](int page, const std::optional<std::string>& text) {
+        second.push_back(std::to_string(page) + text.value_or("-"));
+    });
+    navigator.goToPage.notify(2, std::string("chunk"));
+    a.cancel();
+    navigator.goToPage.notify(5, std::nullopt);
+    EXPECT_EQ(first, (std::vector<std::string>{"2chunk"}));
+    EXPECT_EQ(second, (std::vector<std::string>{"2chunk", "5-"}));
+
+    int changes = 0;
+    auto watch = navigator.subscribe([&] { ++changes; });
+    std::optional<int> wentTo;
+    navigator.setGoToReference([&](const Reference& reference) { wentTo = reference.page; });
+    navigator.goToReference()(Reference{"id", 1, 7, std::nullopt});
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(wentTo, 7);
+}
+
+}  // namespace
+}  // namespace folvane
