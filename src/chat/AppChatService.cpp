@@ -29,9 +29,10 @@ AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferen
       bookmarkTable_(db_),
       embeddingTable_(db_),
       customModelHelper_(db_),
+      customModelSecrets_(preferences_.secretStore()),
       promptTable_(db_),
       http_(http ? std::move(http) : std::make_shared<CurlHttpClient>()),
-      router_(std::make_unique<ClientRouter>(preferences_, customModelHelper_,
+      router_(std::make_unique<ClientRouter>(preferences_, customModelHelper_, customModelSecrets_,
                                              [http = http_] { return http; })),
       encoder_(std::move(encoder)) {
     log("AppChatService.init() done");
@@ -317,23 +318,37 @@ void AppChatService::deletePrompts(const std::vector<int64_t>& ids) {
     promptTable_.remove(ids);
 }
 
+// The custom models' keys live in the secret store; the rows keep their
+// secret headers with empty values.
 std::vector<CustomModel> AppChatService::getCustomModels() {
-    return customModelHelper_.getAll();
+    auto models = customModelHelper_.getAll();
+    for (auto& model : models) customModelSecrets_.fill(model);
+    return models;
 }
 std::optional<CustomModel> AppChatService::getCustomModel(int64_t id) {
-    return customModelHelper_.find(id);
+    auto model = customModelHelper_.find(id);
+    if (model) customModelSecrets_.fill(*model);
+    return model;
 }
 int64_t AppChatService::insertCustomModel(const CustomModel& model) {
-    return customModelHelper_.insert(model);
+    CustomModel row = model;
+    row.headers = CustomModelSecrets::withoutSecrets(model.headers);
+    const int64_t id = customModelHelper_.insert(row);
+    customModelSecrets_.save(id, model.headers);
+    return id;
 }
 void AppChatService::updateCustomModel(
     int64_t id, const std::string& name, const std::string& apiEndpoint, const std::string& modelId,
     int contextLength, const std::optional<std::vector<CustomModelHeaderEntry>>& headers,
     bool useStream) {
-    customModelHelper_.update(id, name, apiEndpoint, modelId, contextLength, headers, useStream);
+    if (!customModelHelper_.find(id)) return;
+    customModelSecrets_.save(id, headers);
+    customModelHelper_.update(id, name, apiEndpoint, modelId, contextLength,
+                              CustomModelSecrets::withoutSecrets(headers), useStream);
 }
 void AppChatService::deleteCustomModel(int64_t id) {
     customModelHelper_.remove(id);
+    customModelSecrets_.remove(id);
 }
 void AppChatService::clearClientCaches() {
     router_->clearCaches();

@@ -13,6 +13,7 @@
 #include "store/BookmarkModel.h"
 #include "store/ConversationModel.h"
 #include "store/CustomModelHelper.h"
+#include "store/CustomModelSecrets.h"
 #include "store/EmbeddingModel.h"
 #include "store/MessageModel.h"
 #include "store/PromptModel.h"
@@ -141,6 +142,7 @@ class AppChatService final : public ChatService {
     BookmarkModel bookmarkTable_;
     EmbeddingModel embeddingTable_;
     CustomModelHelper customModelHelper_;
+    CustomModelSecrets customModelSecrets_;
     PromptModel promptTable_;
     std::unique_ptr<EmbeddingModels> embeddingModels_ =
         std::make_unique<EmbeddingModels>(preferences_, EmbeddingModels::Setup{});

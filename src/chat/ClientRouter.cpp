@@ -25,9 +25,10 @@ bool chatCanUse(std::string_view provider) {
 }  // namespace
 
 ClientRouter::ClientRouter(const AppPreferences& preferences, CustomModelHelper customModels,
-                           HttpClientFactory makeHttpClient)
+                           CustomModelSecrets secrets, HttpClientFactory makeHttpClient)
     : preferences_(preferences),
       customModelHelper_(std::move(customModels)),
+      secrets_(secrets),
       makeHttpClient_(std::move(makeHttpClient)) {}
 
 std::shared_ptr<OpenAI> ClientRouter::builtInClient(bool requireKey) {
@@ -52,6 +53,7 @@ ClientRouter::Route ClientRouter::resolveClient(const Conversation& conversation
         }
     }
     if (id >= 1 && !custom) custom = customModelHelper_.find(id);
+    if (custom) secrets_.fill(*custom);
 
     const auto catalogue = preferences_.openRouterModels();
     Route route;

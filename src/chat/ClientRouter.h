@@ -10,6 +10,7 @@
 #include "store/Conversation.h"
 #include "store/CustomModel.h"
 #include "store/CustomModelHelper.h"
+#include "store/CustomModelSecrets.h"
 
 namespace folvane {
 
@@ -30,8 +31,9 @@ class ClientRouter {
     };
     using HttpClientFactory = std::function<std::shared_ptr<HttpClient>()>;
 
+    // The secrets fill a custom model's key headers before its client is made.
     ClientRouter(const AppPreferences& preferences, CustomModelHelper customModels,
-                 HttpClientFactory makeHttpClient);
+                 CustomModelSecrets secrets, HttpClientFactory makeHttpClient);
 
     // Throws AppChatServiceError: initError when the chat's custom model is
     // gone or unusable, unsupportedApiProvider for a provider a chat can't use.
@@ -48,6 +50,7 @@ class ClientRouter {
 
     const AppPreferences& preferences_;
     CustomModelHelper customModelHelper_;
+    CustomModelSecrets secrets_;
     HttpClientFactory makeHttpClient_;
     std::mutex mutex_;
     std::map<int64_t, std::shared_ptr<OpenAI>> openAIClients_;

@@ -2,8 +2,9 @@
 //
 // Drives the same custom-model view models as the settings' Models tab. An API
 // key is read from standard input (--api-key-stdin), never from the command
-// line, and is kept in the model's "api-key" header in the database, as the
-// settings forms keep it; listings show header names only.
+// line. It goes into the model's "api-key" header, as the settings forms put
+// it, and from there into the Secret Service: the database keeps the header
+// with an empty value. Listings show header names only.
 
 #include <algorithm>
 #include <cctype>
@@ -21,6 +22,7 @@
 #include "providers/ModelNames.h"
 #include "providers/TokenHelper.h"
 #include "store/AppPreferences.h"
+#include "store/CustomModelSecrets.h"
 
 namespace folvane {
 namespace {
@@ -157,12 +159,21 @@ int addModel(CliContext& context, CustomModelListViewModel& list, CliArguments a
         contextField = std::to_string(row.contextLength);
     }
     fields.useStream = !noStream;
+    bool hasKey = keyFromStdin;
     for (const auto& text : headerTexts) {
         const auto equals = text.find('=');
         if (equals == std::string::npos || equals == 0) {
             throw UsageError("A header is KEY=VALUE: " + text);
         }
         fields.headers.push_back({text.substr(0, equals), text.substr(equals + 1)});
+        hasKey = hasKey || CustomModelSecrets::isSecretHeader(fields.headers.back().key);
+    }
+    // As the settings do, the key is then kept in memory: here, only until the
+    // command ends.
+    if (hasKey && !context.preferences().isSecretStoreAvailable()) {
+        context.err() << "No Secret Service is reachable, so the key is kept in memory only: it "
+                         "will be lost when this command ends. Start a Secret Service (for "
+                         "example gnome-keyring) and add the model again.\n";
     }
     if (keyFromStdin) {
         std::string line;

@@ -91,6 +91,9 @@ class AppPreferences {
     // The secret.
     bool isSecretStoreAvailable() const;
     std::string secretStoreLocation() const;
+    // The store of the other secrets (custom models' keys); it lives as long as
+    // the preferences.
+    SecretStore& secretStore() const { return *secrets_; }
     const std::string& openAIKey() const { return openAIKey_; }
     // Updates the key at once; stores it (or removes the item, for "") in the
     // background.

@@ -19,7 +19,7 @@ class ClientRouterTest : public ::testing::Test {
     std::shared_ptr<SqliteConnection> db = test::makeDatabase(dir / "db.sqlite3");
     CustomModelHelper customModels{db};
     AppPreferences preferences;
-    ClientRouter router{preferences, customModels,
+    ClientRouter router{preferences, customModels, CustomModelSecrets(preferences.secretStore()),
                         [] { return std::make_shared<CurlHttpClient>(); }};
 
     Conversation chat(const std::string& model, int64_t customModelId = 0) {

@@ -123,6 +123,7 @@ TEST_F(ChatListCliTest, ModelsAddListDefaultAndRemove) {
                             "--context", "32768", "--header", "X-Team=docs", "--api-key-stdin"},
                            "sk-local-secret\n");
     ASSERT_EQ(added.exitCode, 0) << added.err;
+    EXPECT_THAT(added.err, HasSubstr("the key is kept in memory only"));
     const std::string id = added.out.substr(0, added.out.find('\n'));
 
     auto models = jsonLines({"models", "list", "--json"});
@@ -141,6 +142,12 @@ TEST_F(ChatListCliTest, ModelsAddListDefaultAndRemove) {
     EXPECT_THAT(listing.out, HasSubstr("Workstation  [Local Model]  model qwen2.5"));
     EXPECT_THAT(listing.out + test::readFile(configDir + "/settings.json"),
                 Not(HasSubstr("sk-local-secret")));
+    for (const auto& file : std::filesystem::recursive_directory_iterator(home / "data")) {
+        if (file.is_regular_file()) {
+            EXPECT_THAT(test::readFile(file.path()), Not(HasSubstr("sk-local-secret")))
+                << file.path();
+        }
+    }
 
     // A second model with the Ollama defaults; new chats follow "default".
     const auto ollama = cli({"models", "add", "Ollama", "--model", "llama3"});

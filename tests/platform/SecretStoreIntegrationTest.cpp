@@ -193,5 +193,34 @@ TEST(SecretStoreIntegrationTest, TheCliStoresTheKeyFromStandardInputAndClearsIt)
     EXPECT_THAT(test::runCli({"key", "status"}, noBus).out, HasSubstr("memory"));
 }
 
+TEST(SecretStoreIntegrationTest, ACustomModelsKeyGoesToTheSecretServiceAndBack) {
+    test::TempDir home;
+    const std::map<std::string, std::string> environment = {{"XDG_CONFIG_HOME", home / "config"},
+                                                            {"XDG_DATA_HOME", home / "data"}};
+    const std::string key = uniqueFakeKey();
+
+    const auto added =
+        test::runCli({"models", "add", "localai", "--endpoint",
+                      "http://127.0.0.1:8080/v1/chat/completions", "--api-key-stdin"},
+                     environment, key + "\n");
+    ASSERT_EQ(added.exitCode, 0) << added.err;
+    EXPECT_THAT(added.err, IsEmpty());
+    const std::string item =
+        "custom-model-" + added.out.substr(0, added.out.find('\n')) + "-api-key";
+    EXPECT_EQ(LibsecretSecretStore(AppPreferences::secretItemPrefix).read(item), key);
+
+    const auto listing = test::runCli({"models", "list", "--json"}, environment);
+    EXPECT_EQ(listing.exitCode, 0) << listing.err;
+    EXPECT_THAT(listing.out, HasSubstr("api-key"));
+    int filesSeen = 0;
+    EXPECT_THAT(filesContaining({home.path()}, key, &filesSeen), IsEmpty());
+    EXPECT_GT(filesSeen, 0);
+
+    const auto removed =
+        test::runCli({"models", "remove", added.out.substr(0, added.out.find('\n'))}, environment);
+    EXPECT_EQ(removed.exitCode, 0) << removed.err;
+    EXPECT_EQ(LibsecretSecretStore(AppPreferences::secretItemPrefix).read(item), std::nullopt);
+}
+
 }  // namespace
 }  // namespace folvane
