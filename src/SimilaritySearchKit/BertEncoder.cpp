@@ -2,34 +2,13 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "SimilaritySearchKit/BertForward.h"
 #include "SimilaritySearchKit/SafetensorsFile.h"
 
 namespace folvane {
 namespace {
-
-bool processorRuns(BertKernel kernel) {
-    switch (kernel) {
-        case BertKernel::baseline:
-            return true;
-        case BertKernel::avx2:
-#if defined(__x86_64__)
-            return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-#else
-            return false;
-#endif
-        case BertKernel::avx512:
-#if defined(__x86_64__)
-            return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
-                   __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw") &&
-                   __builtin_cpu_supports("fma");
-#else
-            return false;
-#endif
-    }
-    return false;
-}
 
 const bertforward::Kernels* kernelsFor(BertKernel kernel) {
     switch (kernel) {
@@ -41,6 +20,51 @@ const bertforward::Kernels* kernelsFor(BertKernel kernel) {
             return bertforward::avx512();
     }
     return nullptr;
+}
+
+// Small whole numbers multiply and sum exactly, so a correct kernel gives the
+// baseline's product bit for bit. A processor that claims a wide unit is
+// trusted with it only after it computes this right: a virtual machine has
+// been seen getting 256-bit sums wrong.
+bool multipliesLikeBaseline(const bertforward::Kernels* kernels) {
+    if (kernels == nullptr) return false;
+    constexpr int rows = 13, inner = 37, columns = 5;
+    std::vector<float> a(rows * inner), b(inner * columns);
+    std::vector<float> want(rows * columns), got(rows * columns, -1.0f);
+    for (std::size_t i = 0; i < a.size(); ++i) a[i] = float(int(i % 7) - 3);
+    for (std::size_t i = 0; i < b.size(); ++i) b[i] = float(int(i % 5) - 2);
+    bertforward::baseline()->multiply(a.data(), b.data(), want.data(), rows, inner, columns);
+    kernels->multiply(a.data(), b.data(), got.data(), rows, inner, columns);
+    return got == want;
+}
+
+bool processorRuns(BertKernel kernel) {
+    switch (kernel) {
+        case BertKernel::baseline:
+            return true;
+        case BertKernel::avx2: {
+#if defined(__x86_64__)
+            static const bool runs = __builtin_cpu_supports("avx2") &&
+                                     __builtin_cpu_supports("fma") &&
+                                     multipliesLikeBaseline(bertforward::avx2());
+            return runs;
+#else
+            return false;
+#endif
+        }
+        case BertKernel::avx512: {
+#if defined(__x86_64__)
+            static const bool runs =
+                __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+                __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw") &&
+                __builtin_cpu_supports("fma") && multipliesLikeBaseline(bertforward::avx512());
+            return runs;
+#else
+            return false;
+#endif
+        }
+    }
+    return false;
 }
 
 std::shared_ptr<const BertWeights> checked(std::shared_ptr<const BertWeights> weights) {
