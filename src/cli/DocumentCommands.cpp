@@ -87,7 +87,8 @@ int runReprocessCommand(CliContext& context, const CliArguments& arguments) {
     expectDocument(indexer.indexer(), chatId, bookmarkId);
     indexer.load();
     indexer.run([&](ChatIndexer& chat) { chat.rebuildIndex(bookmarkId, ocr); });
-    const DocumentInfo* document = findDocument(indexer.indexer().state(), bookmarkId);
+    const IndexingUpdate state = indexer.indexer().state();  // a copy: keep it while reading
+    const DocumentInfo* document = findDocument(state, bookmarkId);
     if (!document || document->indexingState != IndexingState::indexed) {
         throw std::runtime_error("Failed to process the document.");
     }
