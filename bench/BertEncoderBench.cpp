@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "SimilaritySearchKit/BertEncoder.h"
-#include "SimilaritySearchKit/BertForward.h"
+#include "SimilaritySearchKit/BertKernels.h"
 
 namespace {
 

@@ -28,7 +28,7 @@
 
 #include "chat/AppChatService.h"
 #include "chat/CompletionStream.h"
-#include "conversation/BlockingMainQueue.h"
+#include "runtime/BlockingMainQueue.h"
 #include "platform/AppPaths.h"
 #include "platform/CurlHttpClient.h"
 #include "providers/GPTEncoder.h"

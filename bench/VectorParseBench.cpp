@@ -11,7 +11,7 @@
 #include <map>
 #include <random>
 
-#include "SimilaritySearchKit/IndexItemJsonReader.h"
+#include "store/IndexItemJsonReader.h"
 #include "store/JsonText.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "SimilaritySearchKit/BertForward.h"
+#include "SimilaritySearchKit/BertKernels.h"
 #include "SimilaritySearchKit/SafetensorsFile.h"
 
 namespace folvane {

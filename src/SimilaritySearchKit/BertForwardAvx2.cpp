@@ -5,7 +5,7 @@
 #define FOLVANE_BERT_FORWARD_NAME avx2
 #include "SimilaritySearchKit/BertForwardBody.inc"
 #else
-#include "SimilaritySearchKit/BertForward.h"
+#include "SimilaritySearchKit/BertKernels.h"
 const folvane::bertforward::Kernels* folvane::bertforward::avx2() {
     return nullptr;
 }

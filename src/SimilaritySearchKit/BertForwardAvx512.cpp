@@ -12,7 +12,7 @@
 #define FOLVANE_BERT_FORWARD_NAME avx512
 #include "SimilaritySearchKit/BertForwardBody.inc"
 #else
-#include "SimilaritySearchKit/BertForward.h"
+#include "SimilaritySearchKit/BertKernels.h"
 const folvane::bertforward::Kernels* folvane::bertforward::avx512() {
     return nullptr;
 }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "SimilaritySearchKit/IndexItem.h"
+#include "store/IndexItem.h"
 
 namespace folvane {
 

@@ -16,7 +16,7 @@
 
 #include "SimilaritySearchKit/DistanceMetricProtocol.h"
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
-#include "SimilaritySearchKit/IndexItem.h"
+#include "store/IndexItem.h"
 #include "SimilaritySearchKit/SearchResult.h"
 #include "SimilaritySearchKit/VectorStoreProtocol.h"
 

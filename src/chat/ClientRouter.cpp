@@ -5,7 +5,7 @@
 
 #include "chat/AppChatServiceError.h"
 #include "providers/OpenAI.h"
-#include "providers/ProviderConfiguration.h"
+#include "providers/OpenAISettings.h"
 #include "providers/TokenHelper.h"
 #include "store/AppPreferences.h"
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "conversation/AssistantState.h"
+#include "chat/AssistantState.h"
 
 namespace folvane {
 

@@ -4,8 +4,8 @@
 
 #include "chat/ChatService.h"
 #include "chat/ChatStream.h"
-#include "conversation/MainQueue.h"
-#include "conversation/Throttler.h"
+#include "runtime/MainQueue.h"
+#include "runtime/Throttler.h"
 #include "platform/HttpClient.h"
 #include "platform/Log.h"
 #include "providers/APIErrorResponse.h"

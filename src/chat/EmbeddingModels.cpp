@@ -7,7 +7,7 @@
 #include "platform/CurlHttpClient.h"
 #include "platform/Log.h"
 #include "providers/OpenAI.h"
-#include "providers/ProviderConfiguration.h"
+#include "providers/OpenAISettings.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {

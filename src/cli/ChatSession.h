@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "conversation/BlockingMainQueue.h"
+#include "runtime/BlockingMainQueue.h"
 #include "conversation/ChatDetailViewModel.h"
 #include "platform/XattrFileTagStore.h"
 

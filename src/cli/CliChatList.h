@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "cli/CliContext.h"
-#include "conversation/BlockingMainQueue.h"
+#include "runtime/BlockingMainQueue.h"
 #include "conversation/ChatListViewModel.h"
 
 namespace folvane {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "conversation/AssistantState.h"
+#include "chat/AssistantState.h"
 #include "conversation/ChatContextMode.h"
 #include "conversation/PageNavigator.h"
 #include "documents/DocumentInfo.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "chat/ChatService.h"
-#include "conversation/MainQueue.h"
+#include "runtime/MainQueue.h"
 #include "conversation/MessageSearch.h"
 #include "platform/Clipboard.h"
 #include "platform/Log.h"

@@ -13,7 +13,7 @@
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
 #include "conversation/ChatDetailInput.h"
 #include "conversation/ChatDetailState.h"
-#include "conversation/DebounceTimer.h"
+#include "runtime/DebounceTimer.h"
 #include "conversation/ViewModel.h"
 #include "documents/ChatIndexer.h"
 

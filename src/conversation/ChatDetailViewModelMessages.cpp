@@ -8,7 +8,7 @@
 #include "chat/ChatService.h"
 #include "chat/CompletionStream.h"
 #include "conversation/ChatDetailViewModel.h"
-#include "conversation/MainQueue.h"
+#include "runtime/MainQueue.h"
 #include "conversation/MessageRequest.h"
 #include "documents/Redaction.h"
 #include "platform/Log.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/ObserverList.h"
+#include "runtime/ObserverList.h"
 #include "store/Reference.h"
 
 namespace folvane {

@@ -3,7 +3,7 @@
 #include <functional>
 #include <utility>
 
-#include "platform/ObserverList.h"
+#include "runtime/ObserverList.h"
 
 namespace folvane {
 

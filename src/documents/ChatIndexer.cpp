@@ -7,7 +7,7 @@
 #include "SimilaritySearchKit/CosineSimilarity.h"
 #include "SimilaritySearchKit/CustomTokenSplitter.h"
 #include "chat/ChatService.h"
-#include "documents/ChunkEmbedding.h"
+#include "documents/ChunkEmbeddingJob.h"
 #include "documents/PdfDocument.h"
 #include "documents/PdfTextExtractor.h"
 #include "platform/FileBookmark.h"

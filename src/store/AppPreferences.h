@@ -14,14 +14,14 @@
 #include <string_view>
 #include <thread>
 
-#include "platform/ObserverList.h"
+#include "runtime/ObserverList.h"
 #include "store/AppColorScheme.h"
 #include "store/AppFontLeading.h"
 #include "store/CodeBlockColorScheme.h"
 #include "store/DataIngestionStrategy.h"
 #include "store/KeyValueStore.h"
 #include "store/OnboardingTourStep.h"
-#include "store/SettingsTable.h"
+#include "store/SettingDescriptor.h"
 
 namespace folvane {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "SimilaritySearchKit/IndexItem.h"
+#include "store/IndexItem.h"
 
 namespace folvane {
 

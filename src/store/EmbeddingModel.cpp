@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "SimilaritySearchKit/IndexItemJsonReader.h"
+#include "store/IndexItemJsonReader.h"
 #include "store/JsonText.h"
 #include "store/RowReading.h"
 

@@ -5,7 +5,7 @@
 
 #include "chat/AppChatService.h"
 #include "chat/CompletionStream.h"
-#include "conversation/BlockingMainQueue.h"
+#include "runtime/BlockingMainQueue.h"
 #include "providers/APIErrorResponse.h"
 #include "providers/GPTEncoder.h"
 #include "store/AppPreferences.h"

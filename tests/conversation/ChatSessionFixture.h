@@ -9,7 +9,7 @@
 
 #include "SimilaritySearchKit/NativeEmbeddings.h"
 #include "chat/AppChatService.h"
-#include "conversation/BlockingMainQueue.h"
+#include "runtime/BlockingMainQueue.h"
 #include "conversation/ChatDetailViewModel.h"
 #include "platform/Clipboard.h"
 #include "platform/FileUrl.h"

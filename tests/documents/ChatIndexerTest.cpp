@@ -9,7 +9,7 @@
 
 #include "chat/AppChatService.h"
 #include "documents/ChatIndexer.h"
-#include "documents/ChunkEmbedding.h"
+#include "documents/ChunkEmbeddingJob.h"
 #include "fakes/FakeEmbeddings.h"
 #include "platform/FileUrl.h"
 #include "platform/XattrFileTagStore.h"

@@ -10,7 +10,7 @@
 #include "providers/DecodingError.h"
 #include "providers/OpenAI.h"
 #include "providers/OpenAIError.h"
-#include "providers/ProviderConfiguration.h"
+#include "providers/OpenAISettings.h"
 #include "providers/WireFixtures.h"
 #include "support/LoopbackServer.h"
 #include "support/TempDir.h"

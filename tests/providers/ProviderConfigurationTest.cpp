@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "chat/AppChatServiceError.h"
-#include "providers/ProviderConfiguration.h"
+#include "providers/OpenAISettings.h"
 
 namespace folvane {
 namespace {

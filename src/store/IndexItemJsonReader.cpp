@@ -1,4 +1,4 @@
-#include "SimilaritySearchKit/IndexItemJsonReader.h"
+#include "store/IndexItemJsonReader.h"
 
 #include <charconv>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "conversation/DebounceTimer.h"
+#include "runtime/DebounceTimer.h"
 
-#include "conversation/MainQueue.h"
+#include "runtime/MainQueue.h"
 
 namespace folvane {
 

@@ -1,4 +1,4 @@
-#include "documents/ChunkEmbedding.h"
+#include "documents/ChunkEmbeddingJob.h"
 
 #include <algorithm>
 #include <condition_variable>

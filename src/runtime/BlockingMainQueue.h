@@ -6,7 +6,7 @@
 #include <functional>
 #include <mutex>
 
-#include "conversation/MainQueue.h"
+#include "runtime/MainQueue.h"
 
 namespace folvane {
 

@@ -10,7 +10,7 @@
 
 #include "SimilaritySearchKit/Document.h"
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
-#include "SimilaritySearchKit/IndexItem.h"
+#include "store/IndexItem.h"
 #include "SimilaritySearchKit/SimilarityIndex.h"
 #include "documents/Redaction.h"
 

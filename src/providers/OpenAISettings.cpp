@@ -1,4 +1,4 @@
-#include "providers/ProviderConfiguration.h"
+#include "providers/OpenAISettings.h"
 
 #include <cctype>
 #include <optional>

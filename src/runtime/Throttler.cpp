@@ -1,4 +1,4 @@
-#include "conversation/Throttler.h"
+#include "runtime/Throttler.h"
 
 namespace folvane {
 

@@ -1,4 +1,4 @@
-#include "store/SettingsTable.h"
+#include "store/SettingDescriptor.h"
 
 #include <cmath>
 #include <limits>

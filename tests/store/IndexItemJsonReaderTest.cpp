@@ -4,7 +4,7 @@
 #include <limits>
 #include <random>
 
-#include "SimilaritySearchKit/IndexItemJsonReader.h"
+#include "store/IndexItemJsonReader.h"
 #include "store/JsonText.h"
 
 namespace folvane {

@@ -1,4 +1,4 @@
-#include "conversation/AssistantState.h"
+#include "chat/AssistantState.h"
 
 #include <array>
 #include <utility>

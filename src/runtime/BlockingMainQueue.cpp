@@ -1,4 +1,4 @@
-#include "conversation/BlockingMainQueue.h"
+#include "runtime/BlockingMainQueue.h"
 
 namespace folvane {
 

@@ -16,7 +16,7 @@ using json = nlohmann::json;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-class PreferencesCommandTest : public ::testing::Test {
+class SettingsCommandTest : public ::testing::Test {
   protected:
     test::TempDir home;
     std::string settingsFile = home / "config/co.tessavel.Folvane/settings.json";
@@ -31,7 +31,7 @@ class PreferencesCommandTest : public ::testing::Test {
     }
 };
 
-TEST_F(PreferencesCommandTest, ListShowsEverySettingOnceAsJson) {
+TEST_F(SettingsCommandTest, ListShowsEverySettingOnceAsJson) {
     const auto result = settings({"list"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("useMarkdown = true\n"));
@@ -42,7 +42,7 @@ TEST_F(PreferencesCommandTest, ListShowsEverySettingOnceAsJson) {
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 53);
 }
 
-TEST_F(PreferencesCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
+TEST_F(SettingsCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
     const std::vector<std::vector<std::string>> changes = {
         {"pageCountThreshold", "120", "120"},
         {"defaultTemperature", "0.7", "0.7"},
@@ -67,7 +67,7 @@ TEST_F(PreferencesCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
     EXPECT_FALSE(onDisk.contains("fontName"));
 }
 
-TEST_F(PreferencesCommandTest, BadKeysAndValuesAreUsageErrorsThatChangeNothing) {
+TEST_F(SettingsCommandTest, BadKeysAndValuesAreUsageErrorsThatChangeNothing) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{"get", "foo"}, "Unknown setting: foo"},
         {{"set", "openAIKey", "x"}, "key set"},

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "SimilaritySearchKit/IndexItem.h"
+#include "store/IndexItem.h"
 
 namespace folvane {
 

@@ -1,4 +1,4 @@
-#include "SimilaritySearchKit/IndexItem.h"
+#include "store/IndexItem.h"
 
 namespace folvane {
 
