@@ -19,6 +19,8 @@
 #include "documents/PdfTextExtractor.h"
 #include "documents/TesseractTextRecognizer.h"
 #include "platform/Log.h"
+#include "support/RatioReporter.h"
+#include "support/WordsPdf.h"
 
 namespace {
 
@@ -26,64 +28,6 @@ using namespace folvane;
 
 constexpr int textPages = 200;
 constexpr int ocrPages = 3;
-
-std::string pdfString(const std::string& text) {
-    std::string out = "(";
-    for (char c : text) {
-        if (c == '(' || c == ')' || c == '\\') out += '\\';
-        out += c;
-    }
-    return out + ")";
-}
-
-// Pages of `lines` lines of made-up words in Helvetica.
-std::string makeTextPdf(int pages, int lines, double fontSize, unsigned seed) {
-    static const char* words[] = {"ledger", "block", "signature", "network", "proof",
-                                  "work",   "chain", "node",      "coin",    "owner",
-                                  "time",   "stamp", "server",    "hash",    "the",
-                                  "of",     "and",   "a",         "payment", "record"};
-    std::mt19937 random(seed);
-    std::uniform_int_distribution<size_t> pick(0, std::size(words) - 1);
-    std::vector<std::string> objects(3);
-    std::string kids;
-    for (int page = 0; page < pages; ++page) {
-        std::string content = "BT /F1 " + std::to_string(fontSize) + " Tf " +
-                              std::to_string(fontSize * 1.5) + " TL 54 740 Td";
-        for (int line = 0; line < lines; ++line) {
-            std::string text;
-            while (text.size() < 80) text += std::string(words[pick(random)]) + " ";
-            content += " " + pdfString(text) + " Tj T*";
-        }
-        content += " ET";
-        const size_t number = objects.size() + 1;
-        objects.push_back(
-            "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Resources << "
-            "/Font << /F1 3 0 R >> >> /Contents " +
-            std::to_string(number + 1) + " 0 R >>");
-        objects.push_back("<< /Length " + std::to_string(content.size()) + " >>\nstream\n" +
-                          content + "\nendstream");
-        kids += std::to_string(number) + " 0 R ";
-    }
-    objects[0] = "<< /Type /Catalog /Pages 2 0 R >>";
-    objects[1] = "<< /Type /Pages /Kids [" + kids + "] /Count " + std::to_string(pages) + " >>";
-    objects[2] = "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>";
-    std::string out = "%PDF-1.4\n";
-    std::vector<size_t> offsets;
-    for (size_t i = 0; i < objects.size(); ++i) {
-        offsets.push_back(out.size());
-        out += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
-    }
-    const size_t xref = out.size();
-    out += "xref\n0 " + std::to_string(objects.size() + 1) + "\n0000000000 65535 f \n";
-    for (size_t offset : offsets) {
-        char entry[21];
-        std::snprintf(entry, sizeof entry, "%010zu 00000 n \n", offset);
-        out += entry;
-    }
-    out += "trailer\n<< /Size " + std::to_string(objects.size() + 1) +
-           " /Root 1 0 R >>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n";
-    return out;
-}
 
 void writePgm(const std::filesystem::path& path, const PageImage& image) {
     std::ofstream out(path, std::ios::binary);
@@ -100,9 +44,9 @@ struct Fixture {
 
     Fixture() {
         std::filesystem::create_directories(dir);
-        std::ofstream(textPdf, std::ios::binary) << makeTextPdf(textPages, 45, 10, 1);
+        std::ofstream(textPdf, std::ios::binary) << bench::makeWordsPdf(textPages, 45, 10, 1);
         const auto ocrPdf = dir / "ocr.pdf";
-        std::ofstream(ocrPdf, std::ios::binary) << makeTextPdf(ocrPages, 20, 11, 2);
+        std::ofstream(ocrPdf, std::ios::binary) << bench::makeWordsPdf(ocrPages, 20, 11, 2);
         auto pdf = PdfDocument::open(ocrPdf);
         for (int i = 0; i < ocrPages; ++i) {
             images.push_back(*pdf->renderPage(i, renderResolution(RecognitionLevel::accurate)));
@@ -192,38 +136,23 @@ void BM_RecognizeFast(benchmark::State& state) {
 }
 BENCHMARK(BM_RecognizeFast)->Unit(benchmark::kSecond)->Iterations(2);
 
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const auto& run : runs) times[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    double time(const std::string& prefix) const {
-        for (const auto& [name, value] : times) {
-            if (name.rfind(prefix, 0) == 0) return value;
-        }
-        return 0;
-    }
-    std::map<std::string, double> times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     folvane::setLogSink([](std::string_view) {});
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    const double mutool = reporter.time("BM_MutoolText");
-    const double extract = reporter.time("BM_ExtractText");
+    const double mutool = reporter.seconds("BM_MutoolText");
+    const double extract = reporter.seconds("BM_ExtractText");
     if (mutool > 0 && extract > 0) {
         std::printf(
             "\ntext layers of %d pages: %.2fx the page rate of mutool draw -F txt (goal 0.5x)\n",
             textPages, mutool / extract);
     }
-    const double command = reporter.time("BM_TesseractCommand");
-    const double accurate = reporter.time("BM_RecognizeAccurate");
-    const double fast = reporter.time("BM_RecognizeFast");
+    const double command = reporter.seconds("BM_TesseractCommand");
+    const double accurate = reporter.seconds("BM_RecognizeAccurate");
+    const double fast = reporter.seconds("BM_RecognizeFast");
     if (command > 0 && accurate > 0) {
         std::printf(
             "OCR of %d pages at 300 ppi: %.2f s a page, %.2fx the page rate of the "

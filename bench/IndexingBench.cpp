@@ -31,6 +31,8 @@
 #include "platform/XattrFileTagStore.h"
 #include "providers/GPTEncoder.h"
 #include "store/AppPreferences.h"
+#include "support/RatioReporter.h"
+#include "support/WordsPdf.h"
 
 namespace {
 
@@ -41,68 +43,6 @@ constexpr int storedChunks = 3000;
 constexpr double pagesPerSecondGoal = 30;
 constexpr double reopenGoalSeconds = 1;
 constexpr double retrievalGoalMilliseconds = 50;
-
-const char* const words[] = {"ledger",  "block",  "signature", "network", "proof",  "work",
-                             "chain",   "node",   "coin",      "owner",   "time",   "stamp",
-                             "server",  "hash",   "the",       "of",      "and",    "a",
-                             "payment", "record", "harbour",   "tide",    "market", "river"};
-
-std::string sentence(std::mt19937& random, size_t length) {
-    std::uniform_int_distribution<size_t> pick(0, std::size(words) - 1);
-    std::string text;
-    while (text.size() < length) text += std::string(words[pick(random)]) + " ";
-    return text;
-}
-
-std::string pdfString(const std::string& text) {
-    std::string out = "(";
-    for (char c : text) {
-        if (c == '(' || c == ')' || c == '\\') out += '\\';
-        out += c;
-    }
-    return out + ")";
-}
-
-// Pages of 40 lines of made-up words in Helvetica: about one chunk a page.
-std::string makeTextPdf(int pages) {
-    std::mt19937 random(7);
-    std::vector<std::string> objects(3);
-    std::string kids;
-    for (int page = 0; page < pages; ++page) {
-        std::string content = "BT /F1 10 Tf 15 TL 54 740 Td";
-        for (int line = 0; line < 40; ++line) {
-            content += " " + pdfString(sentence(random, 80)) + " Tj T*";
-        }
-        content += " ET";
-        const size_t number = objects.size() + 1;
-        objects.push_back(
-            "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Resources << "
-            "/Font << /F1 3 0 R >> >> /Contents " +
-            std::to_string(number + 1) + " 0 R >>");
-        objects.push_back("<< /Length " + std::to_string(content.size()) + " >>\nstream\n" +
-                          content + "\nendstream");
-        kids += std::to_string(number) + " 0 R ";
-    }
-    objects[0] = "<< /Type /Catalog /Pages 2 0 R >>";
-    objects[1] = "<< /Type /Pages /Kids [" + kids + "] /Count " + std::to_string(pages) + " >>";
-    objects[2] = "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>";
-    std::string out = "%PDF-1.4\n";
-    std::vector<size_t> offsets;
-    for (size_t i = 0; i < objects.size(); ++i) {
-        offsets.push_back(out.size());
-        out += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
-    }
-    const size_t xref = out.size();
-    out += "xref\n0 " + std::to_string(objects.size() + 1) + "\n0000000000 65535 f \n";
-    for (size_t offset : offsets) {
-        char entry[21];
-        std::snprintf(entry, sizeof entry, "%010zu 00000 n \n", offset);
-        out += entry;
-    }
-    out += "trailer\n<< /Size " + std::to_string(objects.size() + 1) +
-           " /Root 1 0 R >>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n";
-    return out;
-}
 
 // A data directory of its own with the service, a chat over the 300-page PDF
 // and a chat whose one document has 3,000 stored chunks.
@@ -126,17 +66,18 @@ struct Fixture {
         preferences.setDataIngestionStrategy(DataIngestionStrategy::local);
         service = AppChatService::start(paths, preferences, pageCounter);
 
-        std::ofstream(dir / "long.pdf", std::ios::binary) << makeTextPdf(pdfPages);
+        std::ofstream(dir / "long.pdf", std::ios::binary)
+            << bench::makeWordsPdf(pdfPages, 40, 10, 7);
         pdfChat = service->createConversation({fileUrlFromPath((dir / "long.pdf").string())});
         pdfChat.customModelId = 1;  // no key needed, and no remote index
 
-        std::ofstream(dir / "stored.pdf", std::ios::binary) << makeTextPdf(1);
+        std::ofstream(dir / "stored.pdf", std::ios::binary) << bench::makeWordsPdf(1, 40, 10, 7);
         storedChat = service->createConversation({fileUrlFromPath((dir / "stored.pdf").string())});
         storedChat.customModelId = 1;
         std::mt19937 random(11);
         std::vector<IndexItem> items;
         for (int i = 0; i < storedChunks; ++i) {
-            const std::string text = sentence(random, 1500);
+            const std::string text = bench::madeUpWords(random, 1500);
             items.push_back(IndexItem{std::to_string(i),
                                       text,
                                       *native->encode(text),
@@ -256,22 +197,6 @@ void BM_QuestionRetrieval(benchmark::State& state) {
     }
 }
 
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const auto& run : runs) {
-            seconds[run.run_name.function_name] =
-                run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    double time(const std::string& name) const {
-        const auto found = seconds.find(name);
-        return found == seconds.end() ? 0.0 : found->second;
-    }
-    std::map<std::string, double> seconds;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -297,11 +222,11 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("BM_QuestionRetrieval", BM_QuestionRetrieval)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
-    const double extraction = reporter.time("BM_ExtractionBaseline");
-    const double indexing = reporter.time("BM_IndexPdf");
+    const double extraction = reporter.seconds("BM_ExtractionBaseline");
+    const double indexing = reporter.seconds("BM_IndexPdf");
     if (indexing > 0) {
         std::printf("\nindexing a %d-page text PDF: %.1f pages per second (goal >= %.0f): %s\n",
                     pdfPages, pdfPages / indexing, pagesPerSecondGoal,
@@ -313,8 +238,8 @@ int main(int argc, char** argv) {
                 indexing / extraction, pdfPages / extraction);
         }
     }
-    const double reading = reporter.time("BM_ReadRowsBaseline");
-    const double reopening = reporter.time("BM_ReopenChat");
+    const double reading = reporter.seconds("BM_ReadRowsBaseline");
+    const double reopening = reporter.seconds("BM_ReopenChat");
     if (reopening > 0) {
         std::printf("reopening a chat of %d stored chunks: %.3f s (goal < %.0f s): %s\n",
                     storedChunks, reopening, reopenGoalSeconds,
@@ -324,8 +249,8 @@ int main(int argc, char** argv) {
                         reading);
         }
     }
-    const double searches = reporter.time("BM_ThreeSearchesBaseline");
-    const double asking = reporter.time("BM_QuestionRetrieval");
+    const double searches = reporter.seconds("BM_ThreeSearchesBaseline");
+    const double asking = reporter.seconds("BM_QuestionRetrieval");
     if (asking > 0) {
         std::printf("a question over three indexes of %d chunks: %.2f ms (goal < %.0f ms): %s\n",
                     storedChunks, asking * 1000, retrievalGoalMilliseconds,

@@ -17,6 +17,7 @@
 
 #include "SimilaritySearchKit/CosineSimilarity.h"
 #include "SimilaritySearchKit/SimilarityIndex.h"
+#include "support/RatioReporter.h"
 
 // Eight-float vectors are passed by value only inside this file.
 #pragma GCC diagnostic ignored "-Wpsabi"
@@ -171,28 +172,18 @@ void registerAll() {
     }
 }
 
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const auto& run : runs) times[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    std::map<std::string, double> times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     registerAll();
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     std::printf("\ncosine top-%d over %d vectors\n", top, itemCount);
     for (const int dimension : dimensions) {
         const auto time = [&](const char* name) {
-            const auto found = reporter.times.find(std::string(name) + "/" +
-                                                   std::to_string(dimension) + "/real_time");
-            return found == reporter.times.end() ? 0.0 : found->second;
+            return reporter.seconds(std::string(name) + "/" + std::to_string(dimension) +
+                                    "/real_time");
         };
         const double baseline = time("BM_ReadBaseline");
         const double scan = time("BM_CosineFindNearest");
@@ -204,8 +195,8 @@ int main(int argc, char** argv) {
             "  %4d floats: read baseline %.1f GB/s; search %.1f GB/s = %.0f%% of it "
             "(scan alone %.0f%%); FAISS flat IP takes %.2fx the search's time "
             "(%.2fx the scan's)\n",
-            dimension, gigabytes / (baseline / 1e3), gigabytes / (search / 1e3),
-            100 * baseline / search, 100 * baseline / scan, faiss / search, faiss / scan);
+            dimension, gigabytes / baseline, gigabytes / search, 100 * baseline / search,
+            100 * baseline / scan, faiss / search, faiss / scan);
     }
     benchmark::Shutdown();
     return 0;

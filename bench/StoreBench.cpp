@@ -11,6 +11,7 @@
 
 #include "store/EmbeddingModel.h"
 #include "store/SqliteConnection.h"
+#include "support/RatioReporter.h"
 
 namespace {
 
@@ -66,28 +67,18 @@ void BM_EmbeddingModelGetAll(benchmark::State& state) {
 }
 BENCHMARK(BM_EmbeddingModelGetAll)->Unit(benchmark::kMillisecond);
 
-// Keeps each run's time so that the ratio can be printed at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const auto& run : runs) times[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    std::map<std::string, double> times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    const auto raw = reporter.times.find("BM_RawRowText");
-    const auto model = reporter.times.find("BM_EmbeddingModelGetAll");
-    if (raw != reporter.times.end() && model != reporter.times.end()) {
+    const double raw = reporter.seconds("BM_RawRowText");
+    const double model = reporter.seconds("BM_EmbeddingModelGetAll");
+    if (raw > 0 && model > 0) {
         std::printf(
             "\nreading %d vectors of %d floats: table model takes %.2fx the bare row read\n",
-            chunks, dimension, model->second / raw->second);
+            chunks, dimension, model / raw);
     }
     benchmark::Shutdown();
     return 0;

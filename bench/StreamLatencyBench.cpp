@@ -28,10 +28,10 @@
 
 #include "chat/AppChatService.h"
 #include "chat/CompletionStream.h"
-#include "runtime/BlockingMainQueue.h"
 #include "platform/AppPaths.h"
 #include "platform/CurlHttpClient.h"
 #include "providers/GPTEncoder.h"
+#include "runtime/BlockingMainQueue.h"
 #include "store/AppPreferences.h"
 #include "store/SqliteConnection.h"
 

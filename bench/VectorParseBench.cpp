@@ -13,6 +13,7 @@
 
 #include "store/IndexItemJsonReader.h"
 #include "store/JsonText.h"
+#include "support/RatioReporter.h"
 
 namespace {
 
@@ -112,16 +113,6 @@ BENCHMARK(BM_IndexItemJsonReader)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Simdjson)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_JsonLibrary)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Keeps each run's time so that the ratio can be printed at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const auto& run : runs) times[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    std::map<std::string, double> times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -137,22 +128,17 @@ int main(int argc, char** argv) {
             }
         }
     }
-    RatioReporter reporter;
+    bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    const auto time = [&](const char* name) {
-        const auto found = reporter.times.find(std::string(name) + "/real_time");
-        return found == reporter.times.end() ? 0.0 : found->second;
-    };
-    const double ours = time("BM_IndexItemJsonReader");
-    const double simd = time("BM_Simdjson");
-    const double library = time("BM_JsonLibrary");
+    const double ours = reporter.seconds("BM_IndexItemJsonReader");
+    const double simd = reporter.seconds("BM_Simdjson");
+    const double library = reporter.seconds("BM_JsonLibrary");
     if (ours > 0 && simd > 0) {
         const double megabytes = double(fixture().bytes) / 1e6;
         std::printf(
             "\nreading %d stored items of %d floats (%.1f MB): ours %.0f MB/s, simdjson %.0f MB/s "
             "-> %.2fx simdjson's rate (goal >= 0.50)",
-            chunks, dimension, megabytes, megabytes / (ours / 1e3), megabytes / (simd / 1e3),
-            simd / ours);
+            chunks, dimension, megabytes, megabytes / ours, megabytes / simd, simd / ours);
         if (library > 0) std::printf("; the JSON library's rate is %.2fx ours", ours / library);
         std::printf("\n");
     }
