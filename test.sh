@@ -3,24 +3,26 @@
 #   ./test.sh                 all tests (unit, integration, gui)
 #   ./test.sh --sanitize      the same under AddressSanitizer + UndefinedBehaviorSanitizer
 #   ./test.sh --threads       the unit tests of the threaded subsystems (chat, conversation,
-#                             documents, index) under ThreadSanitizer
+#                             documents, index, runtime) under ThreadSanitizer
 #   ./test.sh -L unit         extra arguments go to ctest (here: only the unit tests)
 set -euo pipefail
 cd "$(dirname "$0")"
 
 dir=build
-options=()
+# The plain build compiles the benchmarks too, so that a change that breaks
+# one is seen at once; the sanitizer builds leave them out.
+options=(-DFOLVANE_BUILD_BENCHMARKS=ON)
 ctest_args=()
 for arg in "$@"; do
     case "$arg" in
         --sanitize)
             dir=build-sanitize
-            options+=(-DFOLVANE_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
+            options=(-DFOLVANE_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
             ;;
         --threads)
             dir=build-tsan
-            options+=(-DFOLVANE_THREAD_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
-            ctest_args+=(-L unit -R '^(chat|conversation|documents|SimilaritySearchKit)\.')
+            options=(-DFOLVANE_THREAD_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug)
+            ctest_args+=(-L unit -R '^(runtime|chat|conversation|documents|SimilaritySearchKit)\.')
             ;;
         *) ctest_args+=("$arg") ;;
     esac
