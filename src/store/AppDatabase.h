@@ -1,5 +1,7 @@
 #pragma once
 
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,6 +16,12 @@ namespace folvane {
 // schema to the current version and points the demo bookmark at the demo
 // document in the data directory. The only code that knows where the database
 // lies.
+//
+// The first run builds the seeded, migrated database under a temporary name in
+// the data directory and renames it into place; an empty db.sqlite3 counts as
+// none. Each later schema step is one transaction with its version, so a
+// program stopped at any point starts again cleanly. A file that is there and
+// is not a database is never replaced.
 //
 // connect() throws FatalError with the user's message when the program cannot
 // go on ("Failed to load db.sqlite3", "Failed to copy db.sqlite3",
@@ -36,8 +44,17 @@ class AppDatabase {
     std::shared_ptr<SqliteConnection> db() const { return db_; }
 
   private:
+    std::shared_ptr<SqliteConnection> openDatabase(const std::filesystem::path& path);
+    std::filesystem::path draftPath(long processId) const;
+    void removeAbandonedDrafts() const;
+    void createDatabase(const std::filesystem::path& seed, const std::filesystem::path& path,
+                        bool replaceEmpty);
+    void placeDraft(const std::filesystem::path& draft, const std::filesystem::path& path,
+                    bool replaceEmpty);
     void migrateDatabase();
-    void runMigration(int version);
+    // Runs one script, then the data step when there is one, then records the
+    // version, all in one transaction.
+    void runMigration(int version, const std::function<void()>& dataStep = {});
     void migrateBookmarks();
     void fixDemoBookmark();
 

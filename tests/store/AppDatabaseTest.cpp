@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -294,7 +297,9 @@ TEST_F(AppDatabaseTest, AScriptThatCannotBeRunStopsWithItsNameAndKeepsTheStepsDo
             if (missing) {
                 fs::remove(script);
             } else {
-                test::writeFile(script, "CREATE TABLE broken (;");
+                // The script's own statements run before the broken one; the
+                // step must leave none of them behind.
+                test::writeFile(script, original + "\nCREATE TABLE broken (;");
             }
             try {
                 connect();
@@ -310,6 +315,68 @@ TEST_F(AppDatabaseTest, AScriptThatCannotBeRunStopsWithItsNameAndKeepsTheStepsDo
             EXPECT_EQ(connect()->userVersion(), 5);
         }
     }
+}
+
+// The drafts of first starts that were left in the data directory.
+std::vector<std::string> draftsIn(const std::string& directory) {
+    std::vector<std::string> drafts;
+    for (const auto& entry : fs::directory_iterator(directory)) {
+        const auto name = entry.path().filename().string();
+        if (name.find(".new") != std::string::npos) drafts.push_back(name);
+    }
+    return drafts;
+}
+
+TEST_F(AppDatabaseTest, AFirstStartStoppedAtAnyPointLeavesAStoreThatTheNextStartUses) {
+    for (int signal : {SIGKILL, SIGTERM}) {
+        // Every log line of a first start is a point to stop at; most fall
+        // inside a schema step's transaction.
+        for (int line = 1;; ++line) {
+            SCOPED_TRACE(testing::Message() << "signal " << signal << " at line " << line);
+            fs::remove_all(paths.dataDirectory);
+            const pid_t child = fork();
+            ASSERT_GE(child, 0);
+            if (child == 0) {
+                int seen = 0;
+                setLogSink([&](std::string_view) {
+                    if (++seen == line) std::raise(signal);
+                });
+                try {
+                    connect();
+                } catch (...) {
+                    _exit(3);
+                }
+                _exit(0);
+            }
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            const bool stopped = WIFSIGNALED(status);
+            if (!stopped) ASSERT_EQ(WEXITSTATUS(status), 0);
+
+            auto db = connect();
+            EXPECT_EQ(db->userVersion(), AppDatabase::currentVersion);
+            EXPECT_EQ(schemaOf(*db), finalSchema);
+            EXPECT_THAT(draftsIn(paths.dataDirectory), ::testing::IsEmpty());
+            if (!stopped) break;
+            ASSERT_LT(line, 50);
+        }
+    }
+}
+
+TEST_F(AppDatabaseTest, AnEmptyFileIsNoDatabase) {
+    fs::create_directories(paths.dataDirectory);
+    test::writeFile(databasePath(), "");
+    EXPECT_EQ(connect()->userVersion(), AppDatabase::currentVersion);
+    auto again = connect();
+    EXPECT_EQ(again->userVersion(), AppDatabase::currentVersion);
+    EXPECT_EQ(schemaOf(*again), finalSchema);
+}
+
+TEST_F(AppDatabaseTest, AFirstStartThatFailsLeavesNothingBehind) {
+    test::writeFile(resource("migration_4.sql"), "CREATE TABLE broken (;");
+    EXPECT_THROW(connect(), FatalError);
+    EXPECT_FALSE(fs::exists(databasePath()));
+    EXPECT_THAT(draftsIn(paths.dataDirectory), ::testing::IsEmpty());
 }
 
 TEST_F(AppDatabaseTest, StopsWhenTheSeedCannotBeUsed) {
