@@ -3,10 +3,9 @@
 #include <algorithm>
 
 #include "chat/ChatService.h"
-#include "runtime/MainQueue.h"
-#include "conversation/MessageSearch.h"
 #include "platform/Clipboard.h"
 #include "platform/Log.h"
+#include "runtime/MainQueue.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -30,8 +29,7 @@ ChatDetailViewModel::ChatDetailViewModel(ChatDetailServices services,
     : PublishingViewModel(initialState(conversation)),
       services_(std::move(services)),
       conversation_(conversation),
-      alive_(std::make_shared<ChatDetailViewModel*>(this)),
-      debounceTimer_(services_.mainQueue, searchDelay) {
+      alive_(std::make_shared<ChatDetailViewModel*>(this)) {
     log("ChatDetailViewModel.init() for id: " + std::to_string(conversation.id));
     ChatDetailState initial = state();
     if (conversation.customModelId >= 1) {
@@ -64,11 +62,6 @@ ChatDetailViewModel::ChatDetailViewModel(ChatDetailServices services,
 
 ChatDetailViewModel::~ChatDetailViewModel() {
     alive_.reset();
-    debounceTimer_.cancel();
-    if (request_) replacedRequests_.push_back(std::move(request_));
-    for (auto& task : replacedRequests_) task->thread.request_stop();
-    replacedRequests_.clear();  // each thread is joined as it goes
-    indexer_.reset();
 }
 
 void ChatDetailViewModel::trigger(ChatDetailInput input) {
@@ -86,7 +79,7 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 } else if constexpr (std::is_same_v<T, in::RemoveFromChat>) {
                     if (indexer_) indexer_->removeFromChat(c.bookmarkId);
                 } else if constexpr (std::is_same_v<T, in::AddMessage>) {
-                    sendMessage(c.text, true, state().contextMode, state().stringContext);
+                    sendFlow_.sendMessage(c.text, true, state().contextMode, state().stringContext);
                 } else if constexpr (std::is_same_v<T, in::DeleteMessage>) {
                     try {
                         store.deleteMessage(c.messageId);
@@ -112,7 +105,7 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                         if (s.imageURLs.empty()) s.contextMode = ChatContextMode::all;
                     });
                 } else if constexpr (std::is_same_v<T, in::UpdateMessageContent>) {
-                    updateMessageContent(c.id, c.text, c.resend);
+                    sendFlow_.updateMessageContent(c.id, c.text, c.resend);
                 } else if constexpr (std::is_same_v<T, in::UpdateTitle>) {
                     store.updateTitle(id, c.title);
                     updateConversation([&](Conversation& v) { v.title = c.title; });
@@ -160,7 +153,7 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 } else if constexpr (std::is_same_v<T, in::GoToPage>) {
                     state().pageNavigator->goToPage.notify(c.page, std::nullopt);
                 } else if constexpr (std::is_same_v<T, in::Find>) {
-                    find(c.keyword, c.scope);
+                    search_.find(c.keyword, c.scope);
                 } else if constexpr (std::is_same_v<T, in::UseContentAsMessageContext>) {
                     updateState([&](ChatDetailState& s) {
                         s.contextMode = ChatContextMode::quotedContent;
@@ -187,11 +180,11 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 } else if constexpr (std::is_same_v<T, in::Sync>) {
                     sync();
                 } else if constexpr (std::is_same_v<T, in::CancelRequest>) {
-                    cancelRequest();
+                    sendFlow_.cancelRequest();
                 } else if constexpr (std::is_same_v<T, in::Regenerate>) {
-                    regenerate();
+                    sendFlow_.regenerate();
                 } else if constexpr (std::is_same_v<T, in::ContinueGenerating>) {
-                    continueGenerating();
+                    sendFlow_.continueGenerating();
                 } else if constexpr (std::is_same_v<T, in::ShowEditLastMessageForm>) {
                     updateState([](ChatDetailState& s) { s.shouldShowEditLastMessageForm = true; });
                 } else if constexpr (std::is_same_v<T, in::HideEditLastMessageForm>) {
@@ -204,11 +197,11 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 } else if constexpr (std::is_same_v<T, in::CopyLastResponse>) {
                     copyLastResponse();
                 } else if constexpr (std::is_same_v<T, in::ResetContext>) {
-                    resetContext();
+                    sendFlow_.resetContext();
                 } else if constexpr (std::is_same_v<T, in::ClearContextMarkers>) {
-                    clearContextMarkers();
+                    sendFlow_.clearContextMarkers();
                 } else if constexpr (std::is_same_v<T, in::DeleteAllMessages>) {
-                    deleteAllMessages();
+                    sendFlow_.deleteAllMessages();
                 } else if constexpr (std::is_same_v<T, in::GoToPreviousPage>) {
                     state().pageNavigator->goToPreviousPage.notify();
                 } else if constexpr (std::is_same_v<T, in::GoToNextPage>) {
@@ -278,48 +271,6 @@ void ChatDetailViewModel::sync() {
         }
     }
     updateState([](ChatDetailState& s) { s.loaded = true; });
-}
-
-void ChatDetailViewModel::find(const std::string& keyword, SearchScope scope) {
-    if (scope == SearchScope::chat) {
-        updateState([&](ChatDetailState& s) { s.isSearching = !keyword.empty(); });
-    }
-    debounceTimer_.start([this, keyword, scope] {
-        if (scope == SearchScope::pdf) {
-            state().pageNavigator->find.notify(keyword);
-        } else if (!keyword.empty()) {
-            runSearch(keyword);
-        } else {
-            ++searchGeneration_;
-            updateState([](ChatDetailState& s) {
-                s.searchKeyword.clear();
-                s.isSearching = false;
-                s.searchResults.clear();
-            });
-        }
-    });
-}
-
-void ChatDetailViewModel::runSearch(const std::string& keyword) {
-    const uint64_t generation = ++searchGeneration_;
-    updateState([&](ChatDetailState& s) {
-        s.searchKeyword = keyword;
-        s.isSearching = true;
-        s.searchResults.clear();
-    });
-    std::weak_ptr<ChatDetailViewModel*> alive = alive_;
-    searchTask_ = std::jthread([alive, generation, keyword, messages = state().messages,
-                                &mainQueue = services_.mainQueue] {
-        auto results = searchMessages(messages, keyword);
-        mainQueue.post([alive, generation, results = std::move(results)]() mutable {
-            auto self = alive.lock();
-            if (!self || (*self)->searchGeneration_ != generation) return;
-            (*self)->updateState([&](ChatDetailState& s) {
-                s.searchResults = std::move(results);
-                s.isSearching = false;
-            });
-        });
-    });
 }
 
 void ChatDetailViewModel::copyLastResponse() {

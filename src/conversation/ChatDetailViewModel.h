@@ -13,7 +13,8 @@
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
 #include "conversation/ChatDetailInput.h"
 #include "conversation/ChatDetailState.h"
-#include "runtime/DebounceTimer.h"
+#include "conversation/ChatSearch.h"
+#include "conversation/SendFlow.h"
 #include "conversation/ViewModel.h"
 #include "documents/ChatIndexer.h"
 
@@ -25,7 +26,6 @@ class Clipboard;
 class GPTEncoder;
 class MainQueue;
 class CompletionSink;
-struct RequestOutcome;
 
 // What a chat's view model works with. The references outlive the view model.
 struct ChatDetailServices {
@@ -50,8 +50,6 @@ struct ChatDetailServices {
 // never writes into the newer one's state.
 class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, ChatDetailInput> {
   public:
-    static constexpr std::chrono::milliseconds searchDelay{500};
-
     // Cheap: reads the custom model and the documents, no message, no index.
     ChatDetailViewModel(ChatDetailServices services, const Conversation& conversation);
     // Stops the running work and waits for it.
@@ -59,52 +57,30 @@ class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, Ch
 
     void trigger(ChatDetailInput input) override;
 
-    // The operations of the send flow, also reached through trigger().
-    void sendMessage(std::string content, bool shouldSave, ChatContextMode contextMode,
-                     std::string stringContext);
-    void regenerate();
-    void continueGenerating();
-    void updateMessageContent(int64_t id, const std::string& content, bool resend);
-    void cancelRequest();
-    void resetContext();
-    void clearContextMarkers();
-    void deleteAllMessages();
-
     // True while a request's task has not reached its end.
-    bool isRequestRunning() const;
+    bool isRequestRunning() const { return sendFlow_.isRequestRunning(); }
     // Blocks until every request task has ended (their posted changes may still
     // wait in the main queue). For the CLI and tests.
-    void waitForRequests();
+    void waitForRequests() { sendFlow_.waitForRequests(); }
     ChatIndexer* indexer() { return indexer_.get(); }
 
   private:
-    friend class RequestSink;
-    struct RequestTask {
-        std::atomic<bool> finished = false;
-        std::jthread thread;  // requested to stop and joined when the object goes
-    };
+    friend class SendFlow;
+    friend class ChatSearch;
 
     void sync();
-    void find(const std::string& keyword, SearchScope scope);
-    void runSearch(const std::string& keyword);
     void updateConversation(const std::function<void(Conversation&)>& change);
     void applyIndexingUpdate(const IndexingUpdate& update);
     void copyLastResponse();
     void highlightContentForReference(const Reference& reference);
-    void finishRequest(uint64_t generation, const RequestOutcome& outcome);
-    void pruneFinishedRequests();
 
     ChatDetailServices services_;
     Conversation conversation_;
     std::unique_ptr<ChatIndexer> indexer_;
     // Posted blocks hold it weakly: a block that outlives the view model does nothing.
     std::shared_ptr<ChatDetailViewModel*> alive_;
-    uint64_t requestGeneration_ = 0;
-    std::shared_ptr<RequestTask> request_;
-    std::list<std::shared_ptr<RequestTask>> replacedRequests_;
-    DebounceTimer debounceTimer_;
-    uint64_t searchGeneration_ = 0;
-    std::jthread searchTask_;
+    SendFlow sendFlow_{*this, services_};
+    ChatSearch search_{*this, services_.mainQueue};
 };
 
 }  // namespace folvane

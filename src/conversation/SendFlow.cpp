@@ -1,6 +1,4 @@
-// The send flow of ChatDetailViewModel on the main thread: accepting a send,
-// the operations that send again, the message operations of the flow, and the
-// last step of a request.
+#include "conversation/SendFlow.h"
 
 #include <algorithm>
 
@@ -8,12 +6,12 @@
 #include "chat/ChatService.h"
 #include "chat/CompletionStream.h"
 #include "conversation/ChatDetailViewModel.h"
-#include "runtime/MainQueue.h"
 #include "conversation/MessageRequest.h"
 #include "documents/Redaction.h"
 #include "platform/Log.h"
 #include "providers/GPTEncoder.h"
 #include "providers/TokenHelper.h"
+#include "runtime/MainQueue.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -34,15 +32,16 @@ bool isMarker(const Message& message) {
 // request they change nothing.
 class RequestSink final : public CompletionSink {
   public:
-    RequestSink(ChatDetailViewModel& viewModel, std::weak_ptr<ChatDetailViewModel*> alive,
-                uint64_t generation)
-        : viewModel_(viewModel), alive_(std::move(alive)), generation_(generation) {}
+    RequestSink(std::weak_ptr<SendFlow*> alive, uint64_t generation)
+        : alive_(std::move(alive)), generation_(generation) {}
 
     AssistantState assistantState() const override {
-        return current() ? viewModel_.state().assistantState : AssistantState::idle;
+        SendFlow* flow = current();
+        return flow ? flow->chat_.state().assistantState : AssistantState::idle;
     }
     bool hasLiveMessage() const override {
-        return current() && viewModel_.state().liveMessage.has_value();
+        SendFlow* flow = current();
+        return flow && flow->chat_.state().liveMessage.has_value();
     }
     void setAssistantState(AssistantState state) override {
         change([state](ChatDetailState& s) { s.assistantState = state; });
@@ -60,72 +59,97 @@ class RequestSink final : public CompletionSink {
     }
 
   private:
-    bool current() const {
-        return !alive_.expired() && viewModel_.requestGeneration_ == generation_;
+    SendFlow* current() const {
+        auto flow = alive_.lock();
+        return flow && (*flow)->requestGeneration_ == generation_ ? *flow : nullptr;
     }
     template <typename Change>
     void change(Change&& edit) {
-        if (current()) viewModel_.updateState(std::forward<Change>(edit));
+        if (SendFlow* flow = current()) flow->update(std::forward<Change>(edit));
     }
 
-    ChatDetailViewModel& viewModel_;
-    std::weak_ptr<ChatDetailViewModel*> alive_;
+    std::weak_ptr<SendFlow*> alive_;
     uint64_t generation_;
 };
 
-void ChatDetailViewModel::sendMessage(std::string content, bool shouldSave,
-                                      ChatContextMode contextMode, std::string stringContext) {
+SendFlow::SendFlow(ChatDetailViewModel& chat, const ChatDetailServices& services)
+    : chat_(chat), services_(services), alive_(std::make_shared<SendFlow*>(this)) {}
+
+SendFlow::~SendFlow() {
+    alive_.reset();
+    if (request_) replacedRequests_.push_back(std::move(request_));
+    for (auto& task : replacedRequests_) task->thread.request_stop();
+    replacedRequests_.clear();  // each thread is joined as it goes
+}
+
+void SendFlow::update(const std::function<void(ChatDetailState&)>& change) {
+    chat_.updateState(change);
+}
+
+Message SendFlow::storeMessage(const Message& message) {
+    const int64_t id = services_.chatService.insertMessage(message);
+    auto stored = services_.chatService.getMessage(id);
+    if (!stored) throw AppChatServiceError(AppChatServiceError::Case::insertionFailed);
+    return *stored;
+}
+
+void SendFlow::refuse(const std::exception& error) {
+    update([&](ChatDetailState& s) {
+        s.lastError = errorText(error);
+        s.assistantState = AssistantState::idle;
+        s.liveMessage.reset();
+    });
+}
+
+void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode contextMode,
+                           std::string stringContext) {
     if (request_) cancelRequest();
     pruneFinishedRequests();
     content = redactSensitiveContent(content, redactionOptions(services_.preferences));
 
-    const bool withImages = !state().imageURLs.empty() && contextMode == ChatContextMode::images;
+    const ChatDetailState& state = chat_.state();
+    const Conversation& conversation = chat_.conversation_;
+    const bool withImages = !state.imageURLs.empty() && contextMode == ChatContextMode::images;
     Message message;
-    message.conversationId = conversation_.id;
+    message.conversationId = conversation.id;
     message.role = "user";
     message.content = content;
-    message.model = withImages ? visionModel : conversation_.model;
+    message.model = withImages ? visionModel : conversation.model;
     message.contextMode = std::string(rawValue(contextMode));
     message.stringContext = stringContext;
-    if (withImages) message.imageURLs = state().imageURLs;
+    if (withImages) message.imageURLs = state.imageURLs;
 
-    std::vector<Message> messages = state().messages;
+    std::vector<Message> messages = state.messages;
     if (shouldSave) {
         try {
-            const int64_t id = services_.chatService.insertMessage(message);
-            auto stored = services_.chatService.getMessage(id);
-            if (!stored) throw AppChatServiceError(AppChatServiceError::Case::insertionFailed);
-            messages.push_back(*stored);
-            conversation_.messageCount = static_cast<int>(messages.size());
-            updateState([&](ChatDetailState& s) {
-                s.messages.push_back(*stored);
+            const Message stored = storeMessage(message);
+            messages.push_back(stored);
+            chat_.conversation_.messageCount = static_cast<int>(messages.size());
+            update([&](ChatDetailState& s) {
+                s.messages.push_back(stored);
                 s.conversation.messageCount = static_cast<int>(s.messages.size());
             });
         } catch (const std::exception& error) {
-            updateState([&](ChatDetailState& s) {
-                s.lastError = errorText(error);
-                s.assistantState = AssistantState::idle;
-                s.liveMessage.reset();
-            });
+            refuse(error);
             return;
         }
     }
 
     const uint64_t generation = ++requestGeneration_;
-    updateState([&](ChatDetailState& s) {
+    update([&](ChatDetailState& s) {
         s.assistantState = AssistantState::thinking;
         s.lastError.reset();
         s.imageURLs.clear();
         Message live;
         live.id = Message::liveMessageId;
-        live.conversationId = conversation_.id;
+        live.conversationId = conversation.id;
         live.role = "assistant";
-        live.model = conversation_.model;
+        live.model = conversation.model;
         s.liveMessage = std::move(live);
     });
 
     RequestSetup setup;
-    setup.conversation = conversation_;
+    setup.conversation = conversation;
     setup.messages = std::move(messages);
     setup.content = std::move(content);
     setup.contextMode = contextMode;
@@ -133,20 +157,22 @@ void ChatDetailViewModel::sendMessage(std::string content, bool shouldSave,
     setup.userInstruction = services_.preferences.userInstruction();
     setup.appendUserInstruction = services_.preferences.appendUserInstructionToUserMessage();
     setup.requestModel = message.model;
-    setup.provider = state().customModel ? state().customModel->provider : "OpenAI";
-    if (indexer_) {
-        setup.bookmarks = indexer_->bookmarks();
-        setup.indexes = indexer_->indexes();
+    setup.provider = state.customModel ? state.customModel->provider : "OpenAI";
+    if (ChatIndexer* indexer = chat_.indexer()) {
+        setup.bookmarks = indexer->bookmarks();
+        setup.indexes = indexer->indexes();
     }
     setup.redaction = redactionOptions(services_.preferences);
 
     MessageRequest::Hooks hooks;
-    std::weak_ptr<ChatDetailViewModel*> alive = alive_;
+    std::weak_ptr<SendFlow*> alive = alive_;
     MainQueue& mainQueue = services_.mainQueue;
     hooks.change = [alive, generation, &mainQueue](std::function<void(ChatDetailState&)> change) {
         mainQueue.post([alive, generation, change = std::move(change)] {
             auto self = alive.lock();
-            if (self && (*self)->requestGeneration_ == generation) (*self)->updateState(change);
+            if (self && (*self)->requestGeneration_ == generation) {
+                (*self)->update(change);
+            }
         });
     };
     hooks.finish = [alive, generation, &mainQueue](RequestOutcome outcome) {
@@ -154,7 +180,7 @@ void ChatDetailViewModel::sendMessage(std::string content, bool shouldSave,
             if (auto self = alive.lock()) (*self)->finishRequest(generation, outcome);
         });
     };
-    hooks.sink = std::make_shared<RequestSink>(*this, alive_, generation);
+    hooks.sink = std::make_shared<RequestSink>(alive_, generation);
 
     auto task = std::make_shared<RequestTask>();
     auto body = std::make_shared<MessageRequest>(std::move(setup), services_.chatService,
@@ -167,58 +193,56 @@ void ChatDetailViewModel::sendMessage(std::string content, bool shouldSave,
     request_ = std::move(task);
 }
 
-void ChatDetailViewModel::finishRequest(uint64_t generation, const RequestOutcome& outcome) {
+void SendFlow::finishRequest(uint64_t generation, const RequestOutcome& outcome) {
     // A request that a newer send replaced leaves the newer one's reply alone.
     if (requestGeneration_ != generation) return;
-    const auto live = state().liveMessage;
+    const auto live = chat_.state().liveMessage;
     if (!live) return;
     if (!live->content.empty()) {
         try {
             Message reply = *live;
             reply.id = 0;
-            const int64_t id = services_.chatService.insertMessage(reply);
-            auto stored = services_.chatService.getMessage(id);
-            if (!stored) throw AppChatServiceError(AppChatServiceError::Case::insertionFailed);
-            updateState([&](ChatDetailState& s) { s.messages.push_back(*stored); });
+            const Message stored = storeMessage(reply);
+            update([&](ChatDetailState& s) { s.messages.push_back(stored); });
             const double cost =
-                outcome.promptCost + static_cast<double>(services_.encoder.count(stored->content)) *
-                                         tokenPrice(stored->model, stored->role);
-            conversation_.cost += cost;
-            updateState([&](ChatDetailState& s) { s.conversation.cost += cost; });
-            services_.chatService.addCost(conversation_.id, cost);
+                outcome.promptCost + static_cast<double>(services_.encoder.count(stored.content)) *
+                                         tokenPrice(stored.model, stored.role);
+            chat_.conversation_.cost += cost;
+            update([&](ChatDetailState& s) { s.conversation.cost += cost; });
+            services_.chatService.addCost(chat_.conversation_.id, cost);
         } catch (const std::exception& error) {
             log(std::string("Cannot store the reply: ") + error.what());
         }
     }
-    updateState([](ChatDetailState& s) { s.liveMessage.reset(); });
+    update([](ChatDetailState& s) { s.liveMessage.reset(); });
 }
 
-void ChatDetailViewModel::cancelRequest() {
+void SendFlow::cancelRequest() {
     if (!request_) return;
     request_->thread.request_stop();
     replacedRequests_.push_back(std::move(request_));
 }
 
-void ChatDetailViewModel::pruneFinishedRequests() {
+void SendFlow::pruneFinishedRequests() {
     std::erase_if(replacedRequests_,
                   [](const std::shared_ptr<RequestTask>& task) { return task->finished.load(); });
 }
 
-bool ChatDetailViewModel::isRequestRunning() const {
+bool SendFlow::isRequestRunning() const {
     if (request_ && !request_->finished) return true;
     return std::any_of(replacedRequests_.begin(), replacedRequests_.end(),
                        [](const auto& task) { return !task->finished.load(); });
 }
 
-void ChatDetailViewModel::waitForRequests() {
+void SendFlow::waitForRequests() {
     if (request_ && request_->thread.joinable()) request_->thread.join();
     for (auto& task : replacedRequests_) {
         if (task->thread.joinable()) task->thread.join();
     }
 }
 
-void ChatDetailViewModel::regenerate() {
-    const auto& messages = state().messages;
+void SendFlow::regenerate() {
+    const auto& messages = chat_.state().messages;
     if (messages.empty()) return;
     const auto user = std::find_if(messages.rbegin(), messages.rend(),
                                    [](const Message& m) { return m.role == "user"; });
@@ -228,103 +252,99 @@ void ChatDetailViewModel::regenerate() {
         chatContextModeFromRaw(question.contextMode.value_or("")).value_or(ChatContextMode::all);
     if (question.id != messages.back().id) {
         try {
-            services_.chatService.deleteMessagesAfter(conversation_.id, question.id);
+            services_.chatService.deleteMessagesAfter(chat_.conversation_.id, question.id);
         } catch (const std::exception& error) {
-            updateState([&](ChatDetailState& s) {
-                s.lastError = errorText(error);
-                s.assistantState = AssistantState::idle;
-                s.liveMessage.reset();
-            });
+            refuse(error);
             return;
         }
-        updateState([&](ChatDetailState& s) {
+        update([&](ChatDetailState& s) {
             std::erase_if(s.messages, [&](const Message& m) { return m.id > question.id; });
         });
     }
     sendMessage(question.content, false, mode, question.stringContext.value_or(""));
 }
 
-void ChatDetailViewModel::continueGenerating() {
-    if (state().messages.empty()) return;
+void SendFlow::continueGenerating() {
+    if (chat_.state().messages.empty()) return;
     sendMessage("", false, ChatContextMode::all, "");
 }
 
-void ChatDetailViewModel::updateMessageContent(int64_t id, const std::string& content,
-                                               bool resend) {
+void SendFlow::updateMessageContent(int64_t id, const std::string& content, bool resend) {
     try {
         services_.chatService.updateMessageContent(id, content);
     } catch (const std::exception& error) {
         log(std::string("Cannot store the message's text: ") + error.what());
     }
-    const auto& messages = state().messages;
+    const auto& messages = chat_.state().messages;
     const auto found = std::find_if(messages.begin(), messages.end(),
                                     [id](const Message& m) { return m.id == id; });
     if (found == messages.end()) return;
     const std::string role = found->role;
-    updateState([&](ChatDetailState& s) {
+    update([&](ChatDetailState& s) {
         for (auto& m : s.messages) {
             if (m.id == id) m.content = content;
         }
     });
     if (!resend || role != "user") return;
     try {
-        services_.chatService.deleteMessagesAfter(conversation_.id, id);
+        services_.chatService.deleteMessagesAfter(chat_.conversation_.id, id);
     } catch (const std::exception& error) {
         log(std::string("Cannot delete the later messages: ") + error.what());
         return;
     }
-    updateState([&](ChatDetailState& s) {
+    update([&](ChatDetailState& s) {
         std::erase_if(s.messages, [id](const Message& m) { return m.id > id; });
     });
     sendMessage(content, false, ChatContextMode::all, "");
 }
 
-void ChatDetailViewModel::resetContext() {
-    const Date since = now();
+bool SendFlow::setContextSince(Date since) {
     try {
-        services_.chatService.updateContextSince(conversation_.id, since);
+        services_.chatService.updateContextSince(chat_.conversation_.id, since);
     } catch (const std::exception& error) {
-        log(std::string("Cannot reset the context: ") + error.what());
-        return;
+        log(std::string("Cannot change the context: ") + error.what());
+        return false;
     }
-    updateConversation([&](Conversation& c) { c.contextSince = since; });
+    chat_.updateConversation([&](Conversation& c) { c.contextSince = since; });
+    return true;
+}
+
+void SendFlow::deleteMarkers() {
+    services_.chatService.deleteMarkers(chat_.conversation_.id, resetContextMarker);
+    update([](ChatDetailState& s) { std::erase_if(s.messages, isMarker); });
+}
+
+void SendFlow::resetContext() {
+    if (!setContextSince(now())) return;
     try {
-        services_.chatService.deleteMarkers(conversation_.id, resetContextMarker);
-        updateState([](ChatDetailState& s) { std::erase_if(s.messages, isMarker); });
-        Message marker = services_.chatService.insertMarker(conversation_.id, resetContextMarker);
-        updateState([&](ChatDetailState& s) { s.messages.push_back(std::move(marker)); });
+        deleteMarkers();
+        Message marker =
+            services_.chatService.insertMarker(chat_.conversation_.id, resetContextMarker);
+        update([&](ChatDetailState& s) { s.messages.push_back(std::move(marker)); });
     } catch (const std::exception& error) {
         log(std::string("Cannot place the context marker: ") + error.what());
     }
 }
 
-void ChatDetailViewModel::clearContextMarkers() {
-    const Date since = distantPast();
+void SendFlow::clearContextMarkers() {
+    if (!setContextSince(distantPast())) return;
     try {
-        services_.chatService.updateContextSince(conversation_.id, since);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot clear the context: ") + error.what());
-        return;
-    }
-    updateConversation([&](Conversation& c) { c.contextSince = since; });
-    try {
-        services_.chatService.deleteMarkers(conversation_.id, resetContextMarker);
-        updateState([](ChatDetailState& s) { std::erase_if(s.messages, isMarker); });
+        deleteMarkers();
     } catch (const std::exception& error) {
         log(std::string("Cannot delete the context markers: ") + error.what());
     }
 }
 
-void ChatDetailViewModel::deleteAllMessages() {
+void SendFlow::deleteAllMessages() {
     try {
-        services_.chatService.deleteMessagesAfter(conversation_.id, 0);
+        services_.chatService.deleteMessagesAfter(chat_.conversation_.id, 0);
     } catch (const std::exception& error) {
         log(std::string("Cannot delete the messages: ") + error.what());
         return;
     }
-    conversation_.messageCount = 0;
-    conversation_.latestMessage.reset();
-    updateState([](ChatDetailState& s) {
+    chat_.conversation_.messageCount = 0;
+    chat_.conversation_.latestMessage.reset();
+    update([](ChatDetailState& s) {
         s.messages.clear();
         s.conversation.messageCount = 0;
         s.conversation.latestMessage.reset();
