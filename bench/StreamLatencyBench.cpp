@@ -85,23 +85,29 @@ class TimingHttpClient : public HttpClient {
     std::vector<Arrival> arrivals_;
 };
 
+// Hands each change to the main queue, as the chat's sink does, and times the
+// live text's writes there.
 class TimingSink : public CompletionSink {
   public:
+    explicit TimingSink(MainQueue& mainQueue) : mainQueue_(mainQueue) {}
+
     std::vector<std::pair<Clock::time_point, size_t>> writes;  // time, length of the text
-
-    AssistantState assistantState() const override { return state_; }
-    bool hasLiveMessage() const override { return true; }
-    void setAssistantState(AssistantState state) override { state_ = state; }
-    void setLiveContent(const std::string& content) override {
-        writes.emplace_back(Clock::now(), content.size());
-    }
-    void setLastFinishReason(const std::string&) override {}
-    void setLastError(const std::string& words) override { error = words; }
-
     std::string error;
 
+    void setAssistantState(AssistantState) override {}
+    void showLiveText(const std::string& answer) override { write(answer.size()); }
+    void showAnswer(const std::string& answer) override { write(answer.size()); }
+    void setLastFinishReason(const std::string&) override {}
+    void fail(const std::string& words) override {
+        mainQueue_.post([this, words] { error = words; });
+    }
+
   private:
-    AssistantState state_ = AssistantState::thinking;
+    void write(size_t length) {
+        mainQueue_.post([this, length] { writes.emplace_back(Clock::now(), length); });
+    }
+
+    MainQueue& mainQueue_;
 };
 
 // The event stream of N blocks, with where each event ends in the body and
@@ -184,7 +190,7 @@ Latencies streamOnce(int blocks, std::chrono::milliseconds pace, double throttle
             std::filesystem::path(AppPaths::standard().resourceDirectory));
         AppChatService service(db, preferences, http, encoder);
         BlockingMainQueue mainQueue;
-        auto sink = std::make_shared<TimingSink>();
+        auto sink = std::make_shared<TimingSink>(mainQueue);
 
         Conversation conversation;
         conversation.model = "gpt-4";
@@ -194,7 +200,7 @@ Latencies streamOnce(int blocks, std::chrono::milliseconds pace, double throttle
 
         std::atomic<bool> finished = false;
         {
-            CompletionStream stream(service, mainQueue, sink, {},
+            CompletionStream stream(service, sink, {},
                                     std::chrono::duration<double>(throttleDelay));
             std::jthread task([&] {
                 stream.run("Answer briefly.", {question}, conversation);

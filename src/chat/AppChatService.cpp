@@ -2,7 +2,6 @@
 
 #include "chat/AppChatServiceError.h"
 #include "chat/ChatHistoryBuilder.h"
-#include "chat/ChatStream.h"
 #include "chat/ClientRouter.h"
 #include "documents/DocumentIntake.h"
 #include "platform/AppPaths.h"
@@ -10,6 +9,8 @@
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
 #include "providers/GPTEncoder.h"
+#include "providers/ModelNames.h"
+#include "providers/OpenAI.h"
 #include "store/AppDatabase.h"
 #include "store/AppPreferences.h"
 #include "store/FatalError.h"
@@ -79,7 +80,7 @@ ChatQuery chatQuery(std::vector<Chat> chats, const Conversation& conversation) {
     ChatQuery query;
     query.temperature = conversation.temperature;
     if (isImageTurn(chats)) {
-        query.model = "gpt-4-vision-preview";
+        query.model = std::string(visionModel);
         query.maxTokens = 4096;
         query.presencePenalty = conversation.presencePenalty;
         query.frequencyPenalty = conversation.frequencyPenalty;
@@ -100,14 +101,15 @@ ChatQuery chatQuery(std::vector<Chat> chats, const Conversation& conversation) {
 
 }  // namespace
 
-std::unique_ptr<ChatStream> AppChatService::chatStream(const std::string& systemInstruction,
-                                                       const std::vector<Message>& messages,
-                                                       const Conversation& conversation) {
+void AppChatService::chatStream(const std::string& systemInstruction,
+                                const std::vector<Message>& messages,
+                                const Conversation& conversation,
+                                const std::function<void(const ChatStreamResult&)>& onResult,
+                                std::stop_token stop) {
     ClientRouter::Route route = router_->resolveClient(conversation);
     std::vector<Chat> chats = ChatHistoryBuilder(encoder()).buildChats(
         systemInstruction, messages, conversation, route.contextLength);
-    return std::make_unique<ChatStream>(std::move(route.client),
-                                        chatQuery(std::move(chats), conversation));
+    route.client->streamChats(chatQuery(std::move(chats), conversation), onResult, stop);
 }
 
 void AppChatService::configureEmbeddings(EmbeddingModels::Setup setup) {

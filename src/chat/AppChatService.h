@@ -51,9 +51,10 @@ class AppChatService final : public ChatService {
                    std::shared_ptr<HttpClient> http, std::shared_ptr<const GPTEncoder> encoder);
     ~AppChatService() override;
 
-    std::unique_ptr<ChatStream> chatStream(const std::string& systemInstruction,
-                                           const std::vector<Message>& messages,
-                                           const Conversation& conversation) override;
+    void chatStream(const std::string& systemInstruction, const std::vector<Message>& messages,
+                    const Conversation& conversation,
+                    const std::function<void(const ChatStreamResult&)>& onResult,
+                    std::stop_token stop) override;
 
     Conversation createConversation(const std::vector<std::string>& urls) override;
 

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
 #include "SimilaritySearchKit/EmbeddingModelType.h"
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
+#include "providers/ChatStreamResult.h"
 #include "store/Bookmark.h"
 #include "store/Conversation.h"
 #include "store/CustomModel.h"
@@ -16,8 +19,6 @@
 #include "store/Prompt.h"
 
 namespace folvane {
-
-class ChatStream;
 
 // The one interface between the view models and everything below them. Store
 // calls are synchronous and pass the table models' errors through unchanged.
@@ -32,12 +33,15 @@ class ChatService {
     virtual Conversation createConversation(const std::vector<std::string>& urls) = 0;
 
     // Routes the chat to a client and a context length, fits the messages (in
-    // time order, the one to answer last) into it and starts the streamed
-    // completion, which is returned running. Called once for each pass. Throws
-    // AppChatServiceError (the route, emptyMessage, messageTooLong).
-    virtual std::unique_ptr<ChatStream> chatStream(const std::string& systemInstruction,
-                                                   const std::vector<Message>& messages,
-                                                   const Conversation& conversation) = 0;
+    // time order, the one to answer last) into it and streams the completion
+    // on the calling thread: onResult gets each event as it arrives, in order.
+    // Called once for each pass. Throws AppChatServiceError (the route,
+    // emptyMessage, messageTooLong), then whatever ended the stream (a stop
+    // request: HttpTransportError cancelled).
+    virtual void chatStream(const std::string& systemInstruction,
+                            const std::vector<Message>& messages, const Conversation& conversation,
+                            const std::function<void(const ChatStreamResult&)>& onResult,
+                            std::stop_token stop) = 0;
 
     // Vectors of a document.
     virtual void saveIndexItems(const std::vector<IndexItem>& items,

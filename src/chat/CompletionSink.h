@@ -6,25 +6,24 @@
 
 namespace folvane {
 
-// Where a CompletionStream writes what the user sees: the chat's state. Every
-// call is made on the main queue, inside a block the stream posted, in the
-// order of the changes, so an implementation writes its state directly. One
-// sink serves one request; a sink whose request has been replaced by a newer
-// one simply ignores the calls.
+// Where a CompletionStream sends what the user sees of one request. The calls
+// come from the request's task (the live text from the throttle's thread), in
+// the order of the changes, and never wait: an implementation hands each one
+// to the main queue, where the chat's state is written, and drops it there
+// once a newer request has replaced this one.
 class CompletionSink {
   public:
     virtual ~CompletionSink() = default;
 
-    // The state as it stands, read before a write that depends on it.
-    virtual AssistantState assistantState() const = 0;
-    virtual bool hasLiveMessage() const = 0;
-
     virtual void setAssistantState(AssistantState state) = 0;
-    // The content of the live message (only called while one is present).
-    virtual void setLiveContent(const std::string& content) = 0;
+    // The answer so far, for the live message when one is present.
+    virtual void showLiveText(const std::string& answer) = 0;
+    // The whole answer at the end of a pass: written to the live message when
+    // one is present and the assistant is typing.
+    virtual void showAnswer(const std::string& answer) = 0;
     virtual void setLastFinishReason(const std::string& reason) = 0;
-    // Called together with setAssistantState(failed), just before it.
-    virtual void setLastError(const std::string& words) = 0;
+    // The request failed with these words: lastError, and the state failed.
+    virtual void fail(const std::string& words) = 0;
 };
 
 }  // namespace folvane

@@ -3,12 +3,11 @@
 #include <algorithm>
 
 #include "chat/ChatService.h"
-#include "chat/ChatStream.h"
-#include "runtime/MainQueue.h"
-#include "runtime/Throttler.h"
 #include "platform/HttpClient.h"
 #include "platform/Log.h"
 #include "providers/APIErrorResponse.h"
+#include "providers/ReferenceSeparator.h"
+#include "runtime/Throttler.h"
 
 namespace folvane {
 
@@ -51,32 +50,18 @@ std::string errorText(std::exception_ptr error) {
     }
 }
 
-// The live text's writes, shared by the blocks in flight. Each carries the
-// number of the text it shows; a block older than the last one written is
-// dropped, so a throttled write that comes late never hides the final text.
-struct CompletionStream::LiveWrites {
-    uint64_t latest = 0;  // touched by the request's task only
-    uint64_t shown = 0;   // touched on the main queue only
-};
-
-CompletionStream::CompletionStream(ChatService& service, MainQueue& mainQueue,
-                                   std::shared_ptr<CompletionSink> sink, FunctionStep functionStep,
+CompletionStream::CompletionStream(ChatService& service, std::shared_ptr<CompletionSink> sink,
+                                   FunctionStep functionStep,
                                    std::chrono::duration<double> throttleDelay)
     : service_(service),
-      mainQueue_(mainQueue),
       sink_(std::move(sink)),
       functionStep_(std::move(functionStep)),
-      liveWrites_(std::make_shared<LiveWrites>()),
       throttler_(std::make_unique<Throttler>(throttleDelay)) {}
 
 CompletionStream::~CompletionStream() = default;
 
-template <typename Change>
-void CompletionStream::post(Change change) {
-    mainQueue_.post([sink = sink_, change = std::move(change)] { change(*sink); });
-}
-
 void CompletionStream::split(const std::string& text, std::string& answer, std::string& pageLine) {
+    constexpr std::string_view separator = referenceSeparator;
     const size_t first = text.find(separator);
     if (first == std::string::npos) {
         answer = text;
@@ -104,32 +89,44 @@ void CompletionStream::split(const std::string& text, std::string& answer, std::
     pageLine = trimmed(pieces.back());
 }
 
+std::string CompletionStream::settledText(const std::string& answer) {
+    constexpr std::string_view separator = referenceSeparator;
+    const std::string_view view(answer);
+    size_t end = answer.size();
+    for (size_t length = std::min(separator.size(), answer.size()); length > 0; --length) {
+        if (separator.starts_with(view.substr(answer.size() - length))) {
+            end = answer.size() - length;
+            break;
+        }
+    }
+    while (end > 0 && isBlank(answer[end - 1])) --end;
+    return answer.substr(0, end);
+}
+
 void CompletionStream::announce(AssistantState state) {
     if (announced_) return;
     announced_ = true;
-    post([state](CompletionSink& sink) { sink.setAssistantState(state); });
+    sink_->setAssistantState(state);
 }
 
 void CompletionStream::showLiveText() {
-    const uint64_t number = ++liveWrites_->latest;
-    throttler_->throttle(
-        [queue = &mainQueue_, sink = sink_, writes = liveWrites_, answer = answer_, number] {
-            queue->post([sink, writes, answer, number] {
-                if (number <= writes->shown || !sink->hasLiveMessage()) return;
-                writes->shown = number;
-                sink->setLiveContent(answer);
-            });
-        });
+    std::string live =
+        text_.find(referenceSeparator) == std::string::npos ? settledText(answer_) : answer_;
+    uint64_t number = 0;
+    {
+        std::lock_guard lock(liveWrites_->mutex);
+        number = ++liveWrites_->latest;
+    }
+    throttler_->throttle([sink = sink_, writes = liveWrites_, live = std::move(live), number] {
+        std::lock_guard lock(writes->mutex);
+        if (number == writes->latest) sink->showLiveText(live);
+    });
 }
 
 void CompletionStream::showFinalText() {
-    const uint64_t number = ++liveWrites_->latest;
-    mainQueue_.post([sink = sink_, writes = liveWrites_, answer = answer_, number] {
-        writes->shown = std::max(writes->shown, number);
-        if (sink->assistantState() == AssistantState::typing && sink->hasLiveMessage()) {
-            sink->setLiveContent(answer);
-        }
-    });
+    std::lock_guard lock(liveWrites_->mutex);
+    ++liveWrites_->latest;
+    sink_->showAnswer(answer_);
 }
 
 void CompletionStream::receive(const ChatStreamResult& chunk) {
@@ -151,7 +148,7 @@ void CompletionStream::receive(const ChatStreamResult& chunk) {
         } else {
             reasonSeen_ = true;
         }
-        post([reason](CompletionSink& sink) { sink.setLastFinishReason(reason); });
+        sink_->setLastFinishReason(reason);
         return;
     }
 
@@ -174,20 +171,10 @@ CompletionStream::PassEnd CompletionStream::runPass(const std::string& systemIns
                                                     std::stop_token stop) {
     std::vector<Message> messages = history;
     messages.insert(messages.end(), extraMessages_.begin(), extraMessages_.end());
-    std::unique_ptr<ChatStream> stream =
-        service_.chatStream(systemInstruction, messages, conversation);
-    for (;;) {
-        if (stop.stop_requested()) {
-            stream->cancel();
-            return PassEnd::stopped;
-        }
-        std::optional<ChatStreamResult> chunk = stream->next(stop);
-        if (!chunk) {
-            if (stop.stop_requested()) continue;
-            return PassEnd::ended;
-        }
-        receive(*chunk);
-    }
+    service_.chatStream(
+        systemInstruction, messages, conversation,
+        [this](const ChatStreamResult& chunk) { receive(chunk); }, stop);
+    return stop.stop_requested() ? PassEnd::stopped : PassEnd::ended;
 }
 
 CompletionStream::Ending CompletionStream::run(const std::string& systemInstruction,
@@ -223,15 +210,12 @@ CompletionStream::Ending CompletionStream::run(const std::string& systemInstruct
         } else {
             errorWords_ = errorText(error);
             log(errorWords_);
-            post([words = errorWords_](CompletionSink& sink) {
-                sink.setLastError(words);
-                sink.setAssistantState(AssistantState::failed);
-            });
+            sink_->fail(errorWords_);
             return Ending::failed;
         }
     }
     if (ending == Ending::finished && stop.stop_requested()) ending = Ending::cancelled;
-    post([](CompletionSink& sink) { sink.setAssistantState(AssistantState::idle); });
+    sink_->setAssistantState(AssistantState::idle);
     return ending;
 }
 

@@ -5,6 +5,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -17,7 +18,6 @@
 namespace folvane {
 
 class ChatService;
-class MainQueue;
 class Throttler;
 
 // The words the user reads for a failed send, regenerate or stream: an API
@@ -27,17 +27,16 @@ std::string errorText(const std::exception& error);
 std::string errorText(std::exception_ptr error);
 
 // The consumer of one request's completion: runs the streamed passes through
-// ChatService::chatStream, assembles text and function calls from the chunks,
-// cuts the answer from the page line at the separator, and shows it through a
-// CompletionSink. Every write reaches the sink through the main queue, in
-// order; the live text goes through a throttler (at most one write per
-// throttle delay) and once more, directly, at the end of each pass, so the
-// whole answer always stands. One object per request; run() is called once,
-// on the request's task.
+// ChatService::chatStream on the calling thread (the request's task), which
+// hands it each event as it comes off the wire; assembles text and function
+// calls from the events, cuts the answer from the page line at the separator,
+// and shows it through a CompletionSink. The live text goes through a
+// throttler (at most one write per throttle delay) and once more, directly, at
+// the end of each pass, so the whole answer always stands; a throttled write
+// that comes late never hides a newer one. The live text never shows a part
+// of the separator. One object per request; run() is called once.
 class CompletionStream {
   public:
-    // Written between the answer and its page numbers.
-    static constexpr std::string_view separator = ".....REFS.....";
     static constexpr std::chrono::duration<double> defaultThrottleDelay{1.0 / 30.0};
 
     // What the function step gives back: whether it succeeded (a further pass
@@ -61,16 +60,16 @@ class CompletionStream {
 
     // Without a function step a function call does nothing and starts no
     // further pass (requests declare no functions).
-    CompletionStream(ChatService& service, MainQueue& mainQueue,
-                     std::shared_ptr<CompletionSink> sink, FunctionStep functionStep = {},
+    CompletionStream(ChatService& service, std::shared_ptr<CompletionSink> sink,
+                     FunctionStep functionStep = {},
                      std::chrono::duration<double> throttleDelay = defaultThrottleDelay);
     ~CompletionStream();
     CompletionStream(const CompletionStream&) = delete;
     CompletionStream& operator=(const CompletionStream&) = delete;
 
     // Runs the passes: each sends history followed by the extra messages of
-    // the function calls so far. Never throws: the outcome is posted to the
-    // sink and returned. A stop request is seen between chunks.
+    // the function calls so far. Never throws: the outcome goes to the sink
+    // and is returned. A stop request ends the transfer.
     Ending run(const std::string& systemInstruction, const std::vector<Message>& history,
                const Conversation& conversation, std::stop_token stop = {});
 
@@ -84,7 +83,7 @@ class CompletionStream {
     bool reasonSeen() const { return reasonSeen_; }
     bool announced() const { return announced_; }
     const std::vector<Message>& extraMessages() const { return extraMessages_; }
-    // The words posted as lastError, or empty.
+    // The words sent as lastError, or empty.
     const std::string& errorWords() const { return errorWords_; }
     int passCount() const { return passCount_; }
 
@@ -95,9 +94,12 @@ class CompletionStream {
     // The answer and page line of a text, as the splitting rule gives them;
     // pageLine keeps its value when the text holds only separators.
     static void split(const std::string& text, std::string& answer, std::string& pageLine);
+    // What of an answer stands for sure while the text still arrives without
+    // a whole separator: a tail that may begin the separator, and trailing
+    // blanks (which the answer loses once the separator comes), wait.
+    static std::string settledText(const std::string& answer);
 
   private:
-    struct LiveWrites;
     enum class PassEnd { stopped, ended };
 
     PassEnd runPass(const std::string& systemInstruction, const std::vector<Message>& history,
@@ -106,14 +108,17 @@ class CompletionStream {
     void announce(AssistantState state);
     void showLiveText();
     void showFinalText();
-    template <typename Change>
-    void post(Change change);
 
     ChatService& service_;
-    MainQueue& mainQueue_;
     std::shared_ptr<CompletionSink> sink_;
     FunctionStep functionStep_;
-    std::shared_ptr<LiveWrites> liveWrites_;
+    // Orders the live text's writes: each carries a number, and one older than
+    // the last written is dropped.
+    struct LiveWrites {
+        std::mutex mutex;
+        uint64_t latest = 0;
+    };
+    std::shared_ptr<LiveWrites> liveWrites_ = std::make_shared<LiveWrites>();
     std::unique_ptr<Throttler> throttler_;
 
     std::string text_;

@@ -1,7 +1,6 @@
 #include "cli/ChatSession.h"
 
 #include <algorithm>
-#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <map>
@@ -37,23 +36,6 @@ class InterruptGuard {
   private:
     struct sigaction previous_ {};
 };
-
-// The length of the text that can be shown for sure: a tail of blanks and of
-// what may be the start of the reference separator is held back, since the
-// answer loses both once the separator has arrived whole.
-size_t settledLength(const std::string& text) {
-    constexpr std::string_view separator = ".....REFS.....";
-    const std::string_view view(text);
-    size_t end = text.size();
-    for (size_t length = std::min(separator.size(), text.size()); length > 0; --length) {
-        if (separator.starts_with(view.substr(text.size() - length))) {
-            end = text.size() - length;
-            break;
-        }
-    }
-    while (end > 0 && std::isspace(static_cast<unsigned char>(text[end - 1]))) --end;
-    return end;
-}
 
 }  // namespace
 
@@ -138,11 +120,9 @@ int ChatSession::streamReply(const std::function<void()>& start) {
     std::string printed;
     AssistantState shownState = state().assistantState;
     const auto show = [&](const std::string& content) {
-        if (!content.starts_with(printed)) return;
-        const size_t settled = settledLength(content);
-        if (settled <= printed.size()) return;
-        out << content.substr(printed.size(), settled - printed.size()) << std::flush;
-        printed = content.substr(0, settled);
+        if (content.size() <= printed.size() || !content.starts_with(printed)) return;
+        out << content.substr(printed.size()) << std::flush;
+        printed = content;
     };
     auto subscription = viewModel_->subscribe([&] {
         const auto& s = state();

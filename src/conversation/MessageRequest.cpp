@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "chat/CompletionStream.h"
+#include "conversation/RequestSink.h"
 #include "conversation/ToolCallHandler.h"
 #include "documents/ContextBuilder.h"
 #include "platform/Log.h"
@@ -23,23 +24,21 @@ std::string trimmed(std::string_view text) {
 
 }  // namespace
 
-MessageRequest::MessageRequest(RequestSetup setup, ChatService& service, MainQueue& mainQueue,
-                               const GPTEncoder& encoder,
+MessageRequest::MessageRequest(RequestSetup setup, ChatService& service, const GPTEncoder& encoder,
                                std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder,
-                               Hooks hooks)
+                               std::shared_ptr<RequestSink> sink)
     : setup_(std::move(setup)),
       service_(service),
-      mainQueue_(mainQueue),
       encoder_(encoder),
       localEmbedder_(std::move(localEmbedder)),
-      hooks_(std::move(hooks)) {}
+      sink_(std::move(sink)) {}
 
 void MessageRequest::run(std::stop_token stop) {
     std::string systemInstruction;
     std::vector<Message> history;
     if (!buildContext(systemInstruction, history)) return;
 
-    hooks_.change([](ChatDetailState& s) {
+    sink_->change([](ChatDetailState& s) {
         s.contextMode = ChatContextMode::all;
         s.stringContext.clear();
     });
@@ -47,10 +46,10 @@ void MessageRequest::run(std::stop_token stop) {
     std::string answer;
     std::vector<Reference> toolReferences;
     if (stop.stop_requested()) {
-        hooks_.change([](ChatDetailState& s) { s.assistantState = AssistantState::idle; });
+        sink_->change([](ChatDetailState& s) { s.assistantState = AssistantState::idle; });
     } else {
         auto tools = std::make_shared<ToolCallHandler>(setup_.conversation, setup_.bookmarks);
-        CompletionStream stream(service_, mainQueue_, hooks_.sink,
+        CompletionStream stream(service_, sink_,
                                 [tools](const std::string& name, const std::string& arguments) {
                                     return CompletionStream::FunctionStepResult{
                                         true, tools->call(name, arguments).messages};
@@ -60,17 +59,17 @@ void MessageRequest::run(std::stop_token stop) {
         toolReferences = tools->toolReferences();
         if (!answer.empty()) {
             auto references = replyReferences(answer, stream.pageLine(), toolReferences);
-            hooks_.change([references = std::move(references)](ChatDetailState& s) {
+            sink_->change([references = std::move(references)](ChatDetailState& s) {
                 if (s.liveMessage) s.liveMessage->references = references;
             });
         }
     }
-    hooks_.finish(RequestOutcome{promptCost(systemInstruction)});
+    sink_->finish(RequestSink::Outcome{promptCost(systemInstruction)});
 }
 
 bool MessageRequest::buildContext(std::string& systemInstruction, std::vector<Message>& history) {
     if (setup_.messages.empty()) {
-        hooks_.change([](ChatDetailState& s) {
+        sink_->change([](ChatDetailState& s) {
             s.assistantState = AssistantState::idle;
             s.liveMessage.reset();
         });
@@ -79,7 +78,7 @@ bool MessageRequest::buildContext(std::string& systemInstruction, std::vector<Me
     Message lastMessage = setup_.messages.back();
     history.assign(setup_.messages.begin(), setup_.messages.end() - 1);
     const auto fail = [this](std::string words) {
-        hooks_.change([words = std::move(words)](ChatDetailState& s) {
+        sink_->change([words = std::move(words)](ChatDetailState& s) {
             s.assistantState = AssistantState::failed;
             s.lastError = words;
             s.liveMessage.reset();
@@ -115,7 +114,7 @@ bool MessageRequest::buildContext(std::string& systemInstruction, std::vector<Me
                                  return a.page.value_or(0) < b.page.value_or(0);
                              });
             candidates_ = std::move(context.results);
-            hooks_.change([references = references_](ChatDetailState& s) {
+            sink_->change([references = references_](ChatDetailState& s) {
                 if (s.liveMessage) s.liveMessage->references = references;
             });
             break;

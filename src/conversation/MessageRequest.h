@@ -19,9 +19,8 @@
 namespace folvane {
 
 class ChatService;
-class CompletionSink;
 class GPTEncoder;
-class MainQueue;
+class RequestSink;
 
 // What a request starts from, taken on the main thread when a send is accepted.
 struct RequestSetup {
@@ -39,17 +38,10 @@ struct RequestSetup {
     RedactionOptions redaction;
 };
 
-// What the request hands to its last step on the main thread.
-struct RequestOutcome {
-    // The price of the instruction and of every message of the chat; the
-    // stored reply's price is added to it there.
-    double promptCost = 0;
-};
-
 // The background half of one send: builds the instruction and the history for
 // the chat's context mode, runs the completion passes, and works out the
 // references of the reply. Every change of the chat's state goes out through
-// the hooks, which post it to the main queue.
+// its RequestSink.
 class MessageRequest {
   public:
     static constexpr const char* noRelevantContent =
@@ -60,17 +52,9 @@ class MessageRequest {
         "content of that image.";
     static constexpr int retrievalCount = 5;
 
-    struct Hooks {
-        // Posts a change of the state (ignored once a newer send replaced this one).
-        std::function<void(std::function<void(ChatDetailState&)>)> change;
-        // Posts the last step: store the reply and its cost, drop the live message.
-        std::function<void(RequestOutcome)> finish;
-        std::shared_ptr<CompletionSink> sink;
-    };
-
-    MessageRequest(RequestSetup setup, ChatService& service, MainQueue& mainQueue,
-                   const GPTEncoder& encoder,
-                   std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder, Hooks hooks);
+    MessageRequest(RequestSetup setup, ChatService& service, const GPTEncoder& encoder,
+                   std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder,
+                   std::shared_ptr<RequestSink> sink);
 
     // Runs the request to its end on the calling thread; never throws.
     void run(std::stop_token stop);
@@ -96,10 +80,9 @@ class MessageRequest {
 
     RequestSetup setup_;
     ChatService& service_;
-    MainQueue& mainQueue_;
     const GPTEncoder& encoder_;
     std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder_;
-    Hooks hooks_;
+    std::shared_ptr<RequestSink> sink_;
     std::vector<Reference> references_;
     std::vector<SearchResult> candidates_;
 };

@@ -7,11 +7,12 @@
 #include "chat/CompletionStream.h"
 #include "conversation/ChatDetailViewModel.h"
 #include "conversation/MessageRequest.h"
+#include "conversation/RequestSink.h"
 #include "documents/Redaction.h"
 #include "platform/Log.h"
 #include "providers/GPTEncoder.h"
+#include "providers/ModelNames.h"
 #include "providers/TokenHelper.h"
-#include "runtime/MainQueue.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -19,58 +20,12 @@ namespace folvane {
 namespace {
 
 constexpr const char* resetContextMarker = "reset-context";
-constexpr const char* visionModel = "gpt-4-vision-preview";
 
 bool isMarker(const Message& message) {
     return message.role == "application" && message.name == resetContextMarker;
 }
 
 }  // namespace
-
-// The state writes of one request's completion passes. They come inside blocks
-// that the stream posted to the main queue; once a newer send has replaced the
-// request they change nothing.
-class RequestSink final : public CompletionSink {
-  public:
-    RequestSink(std::weak_ptr<SendFlow*> alive, uint64_t generation)
-        : alive_(std::move(alive)), generation_(generation) {}
-
-    AssistantState assistantState() const override {
-        SendFlow* flow = current();
-        return flow ? flow->chat_.state().assistantState : AssistantState::idle;
-    }
-    bool hasLiveMessage() const override {
-        SendFlow* flow = current();
-        return flow && flow->chat_.state().liveMessage.has_value();
-    }
-    void setAssistantState(AssistantState state) override {
-        change([state](ChatDetailState& s) { s.assistantState = state; });
-    }
-    void setLiveContent(const std::string& content) override {
-        change([&content](ChatDetailState& s) {
-            if (s.liveMessage) s.liveMessage->content = content;
-        });
-    }
-    void setLastFinishReason(const std::string& reason) override {
-        change([&reason](ChatDetailState& s) { s.lastFinishReason = reason; });
-    }
-    void setLastError(const std::string& words) override {
-        change([&words](ChatDetailState& s) { s.lastError = words; });
-    }
-
-  private:
-    SendFlow* current() const {
-        auto flow = alive_.lock();
-        return flow && (*flow)->requestGeneration_ == generation_ ? *flow : nullptr;
-    }
-    template <typename Change>
-    void change(Change&& edit) {
-        if (SendFlow* flow = current()) flow->update(std::forward<Change>(edit));
-    }
-
-    std::weak_ptr<SendFlow*> alive_;
-    uint64_t generation_;
-};
 
 SendFlow::SendFlow(ChatDetailViewModel& chat, const ChatDetailServices& services)
     : chat_(chat), services_(services), alive_(std::make_shared<SendFlow*>(this)) {}
@@ -114,7 +69,7 @@ void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode
     message.conversationId = conversation.id;
     message.role = "user";
     message.content = content;
-    message.model = withImages ? visionModel : conversation.model;
+    message.model = withImages ? std::string(visionModel) : conversation.model;
     message.contextMode = std::string(rawValue(contextMode));
     message.stringContext = stringContext;
     if (withImages) message.imageURLs = state.imageURLs;
@@ -164,28 +119,10 @@ void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode
     }
     setup.redaction = redactionOptions(services_.preferences);
 
-    MessageRequest::Hooks hooks;
-    std::weak_ptr<SendFlow*> alive = alive_;
-    MainQueue& mainQueue = services_.mainQueue;
-    hooks.change = [alive, generation, &mainQueue](std::function<void(ChatDetailState&)> change) {
-        mainQueue.post([alive, generation, change = std::move(change)] {
-            auto self = alive.lock();
-            if (self && (*self)->requestGeneration_ == generation) {
-                (*self)->update(change);
-            }
-        });
-    };
-    hooks.finish = [alive, generation, &mainQueue](RequestOutcome outcome) {
-        mainQueue.post([alive, generation, outcome] {
-            if (auto self = alive.lock()) (*self)->finishRequest(generation, outcome);
-        });
-    };
-    hooks.sink = std::make_shared<RequestSink>(alive_, generation);
-
     auto task = std::make_shared<RequestTask>();
-    auto body = std::make_shared<MessageRequest>(std::move(setup), services_.chatService,
-                                                 services_.mainQueue, services_.encoder,
-                                                 services_.localEmbedder, std::move(hooks));
+    auto body = std::make_shared<MessageRequest>(
+        std::move(setup), services_.chatService, services_.encoder, services_.localEmbedder,
+        std::make_shared<RequestSink>(alive_, generation, services_.mainQueue));
     task->thread = std::jthread([body, done = task.get()](std::stop_token stop) {
         body->run(stop);
         done->finished = true;
@@ -193,9 +130,7 @@ void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode
     request_ = std::move(task);
 }
 
-void SendFlow::finishRequest(uint64_t generation, const RequestOutcome& outcome) {
-    // A request that a newer send replaced leaves the newer one's reply alone.
-    if (requestGeneration_ != generation) return;
+void SendFlow::finishRequest(const RequestSink::Outcome& outcome) {
     const auto live = chat_.state().liveMessage;
     if (!live) return;
     if (!live->content.empty()) {

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "conversation/ChatContextMode.h"
+#include "conversation/RequestSink.h"
 #include "store/Date.h"
 #include "store/Message.h"
 
@@ -18,7 +19,6 @@ namespace folvane {
 class ChatDetailViewModel;
 struct ChatDetailServices;
 struct ChatDetailState;
-struct RequestOutcome;
 
 // The send flow of one chat: accepting a send (store the question, publish
 // the thinking state), the request task that answers it, the last step that
@@ -66,7 +66,8 @@ class SendFlow {
     // contextSince in the store, the view model and the state; false on failure.
     bool setContextSince(Date since);
     void deleteMarkers();
-    void finishRequest(uint64_t generation, const RequestOutcome& outcome);
+    // Runs for the current request only (RequestSink sees to that).
+    void finishRequest(const RequestSink::Outcome& outcome);
     void pruneFinishedRequests();
 
     ChatDetailViewModel& chat_;

@@ -1,6 +1,6 @@
 #include "providers/ChatResult.h"
 
-#include "providers/DecodingError.h"
+#include "providers/CompletionFields.h"
 
 namespace folvane {
 
@@ -11,20 +11,12 @@ ChatResult ChatResult::decode(std::string_view text) {
 }
 
 ChatResult ChatResult::fromJson(const nlohmann::json& value) {
-    rd::object(value, "ChatResult");
-    ChatResult result;
-    result.id = rd::optionalString(value, "id");
-    result.object = rd::optionalString(value, "object");
-    result.created = rd::optionalNumber(value, "created");
-    result.model = rd::optionalString(value, "model");
-    for (const auto& entry : rd::array(rd::required(value, "choices"), "choices")) {
-        rd::object(entry, "choices");
-        Choice choice;
-        choice.index = rd::optionalInteger(entry, "index");
-        choice.message = chatFromJson(rd::required(entry, "message"));
-        choice.finishReason = rd::optionalString(entry, "finish_reason");
-        result.choices.push_back(std::move(choice));
-    }
+    ChatResult result =
+        readCompletionFields<ChatResult>(value, "ChatResult", [](const auto& entry) {
+            Choice choice;
+            choice.message = chatFromJson(rd::required(entry, "message"));
+            return choice;
+        });
     if (const auto* usage = rd::optional(value, "usage")) {
         rd::object(*usage, "usage");
         result.usage = Usage{

@@ -21,6 +21,9 @@ inline constexpr std::string_view anthropic = "Anthropic";
 inline constexpr std::string_view googleAI = "GoogleAI";
 }  // namespace providers
 
+// The model that answers a turn with images, whatever model the chat uses.
+inline constexpr std::string_view visionModel = "gpt-4-vision-preview";
+
 // How a provider is named in lists and forms; an unknown provider shows as "OpenAI".
 std::string_view providerDisplayName(std::string_view provider);
 

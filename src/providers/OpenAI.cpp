@@ -11,33 +11,6 @@
 
 namespace folvane {
 
-namespace detail {
-
-struct StreamControl {
-    std::stop_source stop;
-    mutable std::mutex mutex;
-    mutable std::condition_variable finishedChanged;
-    bool finished = false;
-};
-
-}  // namespace detail
-
-void ChatStreamHandle::cancel() const {
-    if (control_) control_->stop.request_stop();
-}
-
-void ChatStreamHandle::wait() const {
-    if (!control_) return;
-    std::unique_lock lock(control_->mutex);
-    control_->finishedChanged.wait(lock, [&] { return control_->finished; });
-}
-
-bool ChatStreamHandle::isFinished() const {
-    if (!control_) return true;
-    std::lock_guard lock(control_->mutex);
-    return control_->finished;
-}
-
 namespace {
 
 bool sameName(std::string_view a, std::string_view b) {
@@ -87,12 +60,6 @@ OpenAI::OpenAI(std::shared_ptr<HttpClient> http, const std::string& token)
 
 OpenAI::OpenAI(std::shared_ptr<HttpClient> http, Configuration configuration)
     : http_(std::move(http)), configuration_(std::move(configuration)) {}
-
-OpenAI::~OpenAI() {
-    std::lock_guard lock(streamsMutex_);
-    for (auto& stream : streamingSessions_) stream.control->stop.request_stop();
-    streamingSessions_.clear();  // each jthread joins as it goes
-}
 
 HttpRequest OpenAI::jsonRequest(const std::string& path, const char* method,
                                 const std::optional<nlohmann::json>& body) const {
@@ -192,8 +159,9 @@ HttpRequest OpenAI::streamRequest(const ChatQuery& query) const {
     return jsonRequest(configuration_.apiPath.chats, "POST", toJson(streamed));
 }
 
-void OpenAI::runStream(HttpClient& http, const HttpRequest& request, const OnResult& onResult,
-                       std::stop_token stop) {
+void OpenAI::streamChats(const ChatQuery& query, const OnResult& onResult,
+                         std::stop_token stop) const {
+    const HttpRequest request = streamRequest(query);
     if (!isValidURL(request.url)) {
         throw HttpTransportError(HttpTransportError::Kind::badURL, "unsupported URL");
     }
@@ -206,7 +174,7 @@ void OpenAI::runStream(HttpClient& http, const HttpRequest& request, const OnRes
             if (!failure) failure = error;
         });
     try {
-        http.perform(
+        http_->perform(
             request,
             [&](const HttpResponseHead& head, std::string_view block) {
                 session.receiveBlock(head, block);
@@ -216,51 +184,11 @@ void OpenAI::runStream(HttpClient& http, const HttpRequest& request, const OnRes
     } catch (const HttpTransportError&) {
         if (!failure) throw;
     }
+    if (!failure && !stop.stop_requested()) session.finish();
     if (failure) std::rethrow_exception(failure);
     if (stop.stop_requested()) {
         throw HttpTransportError(HttpTransportError::Kind::cancelled, "cancelled");
     }
-}
-
-void OpenAI::streamChats(const ChatQuery& query, const OnResult& onResult,
-                         std::stop_token stop) const {
-    runStream(*http_, streamRequest(query), onResult, stop);
-}
-
-ChatStreamHandle OpenAI::chatsStream(const ChatQuery& query, OnResult onResult,
-                                     OnCompletion onCompletion) {
-    HttpRequest request = streamRequest(query);
-    auto control = std::make_shared<detail::StreamControl>();
-    std::lock_guard lock(streamsMutex_);
-    std::erase_if(streamingSessions_, [](const RunningStream& stream) {
-        std::lock_guard finishedLock(stream.control->mutex);
-        return stream.control->finished;
-    });
-    std::jthread thread([http = http_, request = std::move(request), onResult = std::move(onResult),
-                         onCompletion = std::move(onCompletion), control] {
-        std::exception_ptr error;
-        try {
-            runStream(*http, request, onResult, control->stop.get_token());
-        } catch (...) {
-            error = std::current_exception();
-        }
-        onCompletion(error);
-        std::lock_guard finishedLock(control->mutex);
-        control->finished = true;
-        control->finishedChanged.notify_all();
-    });
-    streamingSessions_.push_back({control, std::move(thread)});
-    return ChatStreamHandle(control);
-}
-
-size_t OpenAI::runningStreamCount() const {
-    std::lock_guard lock(streamsMutex_);
-    size_t count = 0;
-    for (const auto& stream : streamingSessions_) {
-        std::lock_guard finishedLock(stream.control->mutex);
-        if (!stream.control->finished) ++count;
-    }
-    return count;
 }
 
 }  // namespace folvane

@@ -1,7 +1,6 @@
 #include "providers/StreamingSession.h"
 
 #include <optional>
-#include <vector>
 
 #include "providers/APIErrorResponse.h"
 #include "providers/DecodingError.h"
@@ -13,6 +12,7 @@ namespace folvane {
 namespace {
 
 constexpr std::string_view dataPrefix = "data: ";
+constexpr size_t firstBytesKept = 64 * 1024;
 
 bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
@@ -29,6 +29,10 @@ std::exception_ptr apiError(std::string message, std::string type, std::string c
         APIErrorResponse(APIError{std::move(message), std::move(type), "", std::move(code)}));
 }
 
+std::exception_ptr streamingError(StreamingError::Case errorCase) {
+    return std::make_exception_ptr(StreamingError(errorCase));
+}
+
 }  // namespace
 
 StreamingSession::StreamingSession(OnReceiveContent onReceiveContent,
@@ -36,14 +40,20 @@ StreamingSession::StreamingSession(OnReceiveContent onReceiveContent,
     : onReceiveContent_(std::move(onReceiveContent)),
       onProcessingError_(std::move(onProcessingError)) {}
 
+void StreamingSession::fail(std::exception_ptr error) {
+    failed_ = true;
+    onProcessingError_(error);
+}
+
 void StreamingSession::receiveBlock(const HttpResponseHead& response, std::string_view block) {
+    if (failed_ || done_) return;
     std::string bytes = pendingBytes_;
     bytes.append(block);
     auto complete = completeUtf8Prefix(bytes);
     if (!complete) {
         pendingBytes_.clear();
-        onProcessingError_(
-            std::make_exception_ptr(StreamingError(StreamingError::Case::unknownContent)));
+        // Reported, and reading goes on: the caller decides whether to stop.
+        onProcessingError_(streamingError(StreamingError::Case::unknownContent));
         return;
     }
     pendingBytes_ = bytes.substr(*complete);
@@ -51,12 +61,34 @@ void StreamingSession::receiveBlock(const HttpResponseHead& response, std::strin
     if (bytes.empty()) return;
 
     if (!errorChecked_ && !checkFirstBlock(response, bytes)) return;
-    processText(bytes);
+    bodySize_ += bytes.size();
+    if (firstBytes_.size() < firstBytesKept) {
+        firstBytes_.append(bytes, 0, firstBytesKept - firstBytes_.size());
+    }
+
+    buffer_.append(bytes);
+    for (;;) {
+        const size_t end = buffer_.find('\n', scanned_);
+        if (end == std::string::npos) break;
+        processLine(std::string_view(buffer_).substr(lineStart_, end - lineStart_));
+        lineStart_ = end + 1;
+        scanned_ = lineStart_;
+        if (failed_ || done_) return;
+    }
+    scanned_ = buffer_.size();
+    // Only the unfinished line stays; it is shorter than this block unless
+    // the block held no line feed, so each byte is moved at most once.
+    if (lineStart_ > 0) {
+        buffer_.erase(0, lineStart_);
+        scanned_ -= lineStart_;
+        lineStart_ = 0;
+    }
+    if (buffer_.size() > maximumLineSize) fail(streamingError(StreamingError::Case::oversized));
 }
 
-bool StreamingSession::checkFirstBlock(const HttpResponseHead& response, const std::string& text) {
+bool StreamingSession::checkFirstBlock(const HttpResponseHead& response, std::string_view text) {
     if (auto error = APIErrorResponse::tryDecode(text)) {
-        onProcessingError_(std::make_exception_ptr(*error));
+        fail(std::make_exception_ptr(*error));
         return false;
     }
     if (response.status == 429) {
@@ -64,83 +96,94 @@ bool StreamingSession::checkFirstBlock(const HttpResponseHead& response, const s
         std::string message =
             retryAfter ? "Rate limit exceeded. Please try again after " + *retryAfter + " seconds."
                        : "Rate limit exceeded. Please try again later.";
-        onProcessingError_(apiError(message, "rate_limit_error", "429"));
+        fail(apiError(message, "rate_limit_error", "429"));
         return false;
     }
     if (response.status >= 400) {
-        onProcessingError_(apiError(text, "server_error", std::to_string(response.status)));
+        fail(apiError(std::string(text), "server_error", std::to_string(response.status)));
         return false;
     }
     errorChecked_ = true;
     return true;
 }
 
-void StreamingSession::processText(const std::string& text) {
-    // The kept line is glued onto this block and so consumed; a payload that
-    // fails at the end of this block keeps itself again below.
-    std::string combined = partialContent_ + text;
-    partialContent_.clear();
-
-    // An unfinished last line that may still become "data: " is held for the
-    // next block rather than dropped as a line of another field.
-    std::string held;
-    size_t lastBreak = combined.rfind('\n');
-    size_t tailStart = lastBreak == std::string::npos ? 0 : lastBreak + 1;
-    std::string_view tail = std::string_view(combined).substr(tailStart);
-    std::string_view tailText = tail;
-    while (!tailText.empty() && isSpace(tailText.front())) tailText.remove_prefix(1);
-    if (!tail.empty() && dataPrefix.starts_with(tailText)) {
-        held = std::string(tail);
-        combined.resize(tailStart);
-    }
-
-    std::vector<std::string> payloads;
-    // The last line as it came, when no line feed ends it yet.
-    std::optional<std::string> unfinishedLastLine;
-    size_t start = 0;
-    while (start <= combined.size()) {
-        size_t end = combined.find('\n', start);
-        bool unfinished = end == std::string::npos;
-        if (unfinished) end = combined.size();
-        std::string_view raw = std::string_view(combined).substr(start, end - start);
-        std::string_view line = trim(raw);
-        if (line.starts_with(dataPrefix)) {
-            payloads.emplace_back(line.substr(dataPrefix.size()));
-            if (unfinished) unfinishedLastLine = std::string(raw);
+void StreamingSession::processLine(std::string_view raw) {
+    const std::string_view line = trim(raw);
+    if (!line.starts_with(dataPrefix)) {
+        // An error object on a line of its own, as some servers send one
+        // in the middle of a stream.
+        if (line.starts_with('{')) {
+            if (auto error = APIErrorResponse::tryDecode(line)) {
+                fail(std::make_exception_ptr(*error));
+            }
         }
-        start = end + 1;
-    }
-
-    if (payloads.empty() || payloads.front() == streamingCompletionMarker) {
-        partialContent_ = held;
         return;
     }
-
-    for (size_t index = 0; index < payloads.size(); ++index) {
-        const std::string& payload = payloads[index];
-        if (payload == streamingCompletionMarker) continue;
-        bool last = index + 1 == payloads.size() && held.empty();
-        std::optional<ChatStreamResult> result;
-        std::exception_ptr decodingError;
-        try {
-            result = ChatStreamResult::decode(payload);
-        } catch (const DecodingError&) {
-            decodingError = std::current_exception();
-        }
-        if (result) {
-            onReceiveContent_(*result);
-        } else if (last) {
-            // A cut line is kept as it came, so that white space at the cut
-            // survives the glueing.
-            partialContent_ =
-                unfinishedLastLine ? *unfinishedLastLine : std::string(dataPrefix) + payload;
-        } else if (auto error = APIErrorResponse::tryDecode(payload)) {
-            onProcessingError_(std::make_exception_ptr(*error));
+    sawEvent_ = true;
+    const std::string_view payload = line.substr(dataPrefix.size());
+    if (payload == streamingCompletionMarker) {
+        done_ = true;
+        return;
+    }
+    try {
+        onReceiveContent_(ChatStreamResult::decode(payload));
+    } catch (const DecodingError&) {
+        if (auto error = APIErrorResponse::tryDecode(payload)) {
+            fail(std::make_exception_ptr(*error));
         } else {
-            onProcessingError_(decodingError);
+            // A line that cannot be read is reported; the caller decides
+            // whether the stream goes on.
+            onProcessingError_(std::current_exception());
         }
     }
-    if (!held.empty()) partialContent_ = held;
+}
+
+void StreamingSession::finish() {
+    if (failed_ || done_) return;
+    if (!errorChecked_ && bodySize_ == 0 && pendingBytes_.empty()) {
+        fail(streamingError(StreamingError::Case::emptyContent));
+        return;
+    }
+    const std::string rest = partialContent();
+    if (!trim(rest).empty()) {
+        // A last line without its line feed counts when it is whole.
+        if (!pendingBytes_.empty()) {
+            fail(streamingError(StreamingError::Case::cutOff));
+            return;
+        }
+        const bool wasEvent = sawEvent_;
+        bool read = false;
+        const std::string_view line = trim(rest);
+        if (line.starts_with(dataPrefix)) {
+            const std::string_view payload = line.substr(dataPrefix.size());
+            try {
+                if (payload != streamingCompletionMarker) {
+                    onReceiveContent_(ChatStreamResult::decode(payload));
+                }
+                read = true;
+                sawEvent_ = true;
+            } catch (const DecodingError&) {
+                if (auto error = APIErrorResponse::tryDecode(payload)) {
+                    fail(std::make_exception_ptr(*error));
+                    return;
+                }
+            }
+        }
+        if (!read && (wasEvent || line.starts_with(dataPrefix))) {
+            fail(streamingError(StreamingError::Case::cutOff));
+            return;
+        }
+    } else if (!pendingBytes_.empty()) {
+        fail(streamingError(StreamingError::Case::cutOff));
+        return;
+    }
+    if (!sawEvent_) {
+        if (auto error = APIErrorResponse::tryDecode(firstBytes_)) {
+            fail(std::make_exception_ptr(*error));
+        } else {
+            fail(streamingError(StreamingError::Case::notAStream));
+        }
+    }
 }
 
 }  // namespace folvane

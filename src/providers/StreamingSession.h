@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <string>
@@ -16,14 +17,22 @@ namespace folvane {
 //
 // The first block is checked for a failure answer: an API error body, a 429
 // or another status of 400 and above. Each of those is reported as an
-// APIErrorResponse. A payload that will not decode at the end of a block is
-// kept and the next block is glued onto it, so a line cut between blocks is
-// read whole; so are a line cut before its "data: " prefix is complete and a
-// UTF-8 character cut between blocks. Bytes that can never be UTF-8 are
-// reported as StreamingError unknownContent.
+// APIErrorResponse. A line is read once its line feed has come, so a line
+// cut between blocks is read whole, and the cost is linear in the size of the
+// stream however large one event is; so is a UTF-8 character cut between
+// blocks. A data line that decodes as an API error, or an error object on a
+// line of its own, is reported as that APIErrorResponse. Bytes that can never
+// be UTF-8 are reported as StreamingError unknownContent.
+//
+// finish() tells how the body ended: an event cut off in the middle, a body
+// that held no event at all (a plain answer where a stream was asked) or none
+// at all are failures; an end after whole events is a normal one, with or
+// without "[DONE]".
 class StreamingSession {
   public:
     static constexpr std::string_view streamingCompletionMarker = "[DONE]";
+    // A line longer than this fails the stream rather than the memory.
+    static constexpr size_t maximumLineSize = size_t(64) << 20;
 
     using OnReceiveContent = std::function<void(const ChatStreamResult& result)>;
     using OnProcessingError = std::function<void(std::exception_ptr error)>;
@@ -31,18 +40,29 @@ class StreamingSession {
     StreamingSession(OnReceiveContent onReceiveContent, OnProcessingError onProcessingError);
 
     void receiveBlock(const HttpResponseHead& response, std::string_view block);
+    // The body has ended without a transfer error.
+    void finish();
 
     bool errorChecked() const { return errorChecked_; }
-    const std::string& partialContent() const { return partialContent_; }
+    // The bytes of the line that has not ended yet.
+    std::string partialContent() const { return buffer_.substr(lineStart_); }
 
   private:
-    bool checkFirstBlock(const HttpResponseHead& response, const std::string& text);
-    void processText(const std::string& text);
+    bool checkFirstBlock(const HttpResponseHead& response, std::string_view text);
+    void processLine(std::string_view line);
+    void fail(std::exception_ptr error);
 
     OnReceiveContent onReceiveContent_;
     OnProcessingError onProcessingError_;
     bool errorChecked_ = false;
-    std::string partialContent_;
+    bool failed_ = false;
+    bool done_ = false;      // "[DONE]" has come: what follows is ignored
+    bool sawEvent_ = false;  // a data line has come
+    size_t bodySize_ = 0;
+    std::string firstBytes_;  // the start of the body, to tell what a body without events was
+    std::string buffer_;      // lines not yet read, from lineStart_
+    size_t lineStart_ = 0;
+    size_t scanned_ = 0;  // where the search for the next line feed goes on
     // The first bytes of a character that the last block cut off.
     std::string pendingBytes_;
 };

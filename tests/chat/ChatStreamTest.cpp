@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "chat/AppChatService.h"
 #include "chat/AppChatServiceError.h"
-#include "chat/ChatStream.h"
 #include "providers/APIErrorResponse.h"
 #include "providers/GPTEncoder.h"
 #include "store/AppPreferences.h"
@@ -50,13 +47,14 @@ class ChatStreamTest : public ::testing::Test {
 
     // Runs one pass to its end and returns the body the server received.
     json sentBody(const Conversation& conversation, const std::vector<Message>& messages) {
-        auto stream = service.chatStream("Use the context.", messages, conversation);
         std::string text;
-        while (auto chunk = stream->next()) {
-            if (!chunk->choices.empty() && chunk->choices[0].delta.content) {
-                text += *chunk->choices[0].delta.content;
-            }
-        }
+        service.chatStream("Use the context.", messages, conversation,
+                           [&](const ChatStreamResult& chunk) {
+                               if (!chunk.choices.empty() && chunk.choices[0].delta.content) {
+                                   text += *chunk.choices[0].delta.content;
+                               }
+                           },
+                           {});
         EXPECT_EQ(text, "Hi");
         return json::parse(server.lastRequest().body);
     }
@@ -161,72 +159,21 @@ TEST_F(ChatStreamTest, TheQueryOfATurnFollowsTheRoute) {
 }
 
 TEST_F(ChatStreamTest, RouteAndBudgetFailuresComeBeforeAnyRequest) {
+    const auto ignore = [](const ChatStreamResult&) {};
     Conversation missingModel;
     missingModel.customModelId = 4242;
     EXPECT_THROW(
         {
             try {
-                service.chatStream("x", {message("user", "Hello")}, missingModel);
+                service.chatStream("x", {message("user", "Hello")}, missingModel, ignore, {});
             } catch (const AppChatServiceError& error) {
                 EXPECT_EQ(error.errorCase(), AppChatServiceError::Case::initError);
                 throw;
             }
         },
         AppChatServiceError);
-    EXPECT_THROW(service.chatStream("x", {}, Conversation{}), AppChatServiceError);
+    EXPECT_THROW(service.chatStream("x", {}, Conversation{}, ignore, {}), AppChatServiceError);
     EXPECT_TRUE(server.requests().empty());
-}
-
-// A stream fed by hand, through the same callbacks the client calls.
-struct HandFedStream {
-    OpenAI::OnResult onResult;
-    OpenAI::OnCompletion onCompletion;
-    std::unique_ptr<ChatStream> stream = std::make_unique<ChatStream>(
-        [this](OpenAI::OnResult result, OpenAI::OnCompletion completion) {
-            onResult = std::move(result);
-            onCompletion = std::move(completion);
-            return ChatStreamHandle();
-        });
-
-    static ChatStreamResult text(const std::string& content) {
-        ChatStreamResult result;
-        result.choices.push_back({0, {content, std::nullopt, std::nullopt, std::nullopt}, {}});
-        return result;
-    }
-};
-
-TEST(ChatStreamChannelTest, EventsComeInOrderAndTheErrorAfterThem) {
-    HandFedStream fed;
-    std::jthread producer([&] {
-        fed.onResult(HandFedStream::text("a"));
-        std::this_thread::sleep_for(5ms);
-        fed.onResult(HandFedStream::text("b"));
-        fed.onCompletion(std::make_exception_ptr(APIErrorResponse(APIError{"late", {}, {}, {}})));
-    });
-    EXPECT_EQ(fed.stream->next()->choices[0].delta.content, "a");
-    EXPECT_EQ(fed.stream->next()->choices[0].delta.content, "b");
-    EXPECT_THROW(fed.stream->next(), APIErrorResponse);
-}
-
-TEST(ChatStreamChannelTest, AStopOrACancelEndsTheWaitWithNothing) {
-    HandFedStream fed;
-    std::stop_source stop;
-    std::jthread stopper([&] {
-        std::this_thread::sleep_for(10ms);
-        stop.request_stop();
-    });
-    EXPECT_FALSE(fed.stream->next(stop.get_token()));
-
-    std::jthread canceller([&] {
-        std::this_thread::sleep_for(10ms);
-        fed.stream->cancel();
-    });
-    EXPECT_FALSE(fed.stream->next());
-    canceller.join();
-    // Nothing that comes after the cancel is handed out, not even the error.
-    fed.onResult(HandFedStream::text("late"));
-    fed.onCompletion(std::make_exception_ptr(std::runtime_error("cancelled")));
-    EXPECT_FALSE(fed.stream->next());
 }
 
 }  // namespace

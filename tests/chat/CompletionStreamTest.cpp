@@ -5,9 +5,9 @@
 
 #include "chat/AppChatService.h"
 #include "chat/CompletionStream.h"
-#include "runtime/BlockingMainQueue.h"
 #include "providers/APIErrorResponse.h"
 #include "providers/GPTEncoder.h"
+#include "runtime/BlockingMainQueue.h"
 #include "store/AppPreferences.h"
 #include "store/CustomModelHelper.h"
 #include "support/LoopbackHttpClient.h"
@@ -29,42 +29,53 @@ const char* const errorBody =
 const std::string leadIn =
     "Sorry, OpenAI has rejected your request. Here is the error message from OpenAI: ";
 
-// The chat's state as a view model would hold it; every call must come on the
-// thread that drains the main queue.
+// The chat's state as a view model would hold it: each call is handed to the
+// main queue and applied there, as the chat's own sink does.
 class RecordingSink : public CompletionSink {
   public:
+    explicit RecordingSink(MainQueue& queue) : queue_(queue) {}
+
     AssistantState state = AssistantState::thinking;
     std::optional<std::string> live = std::string();
     std::optional<std::string> finishReason;
     std::string lastError;
     std::vector<AssistantState> states;
     std::vector<std::pair<Clock::time_point, std::string>> liveWrites;
-    std::thread::id mainThread = std::this_thread::get_id();
-    bool calledOffMain = false;
 
-    AssistantState assistantState() const override { return state; }
-    bool hasLiveMessage() const override { return live.has_value(); }
     void setAssistantState(AssistantState next) override {
-        check();
-        state = next;
-        states.push_back(next);
+        queue_.post([this, next] { setState(next); });
     }
-    void setLiveContent(const std::string& content) override {
-        check();
-        live = content;
-        liveWrites.emplace_back(Clock::now(), content);
+    void showLiveText(const std::string& answer) override {
+        queue_.post([this, answer] {
+            if (live) write(answer);
+        });
+    }
+    void showAnswer(const std::string& answer) override {
+        queue_.post([this, answer] {
+            if (live && state == AssistantState::typing) write(answer);
+        });
     }
     void setLastFinishReason(const std::string& reason) override {
-        check();
-        finishReason = reason;
+        queue_.post([this, reason] { finishReason = reason; });
     }
-    void setLastError(const std::string& words) override {
-        check();
-        lastError = words;
+    void fail(const std::string& words) override {
+        queue_.post([this, words] {
+            lastError = words;
+            setState(AssistantState::failed);
+        });
     }
 
   private:
-    void check() { calledOffMain |= std::this_thread::get_id() != mainThread; }
+    void setState(AssistantState next) {
+        state = next;
+        states.push_back(next);
+    }
+    void write(const std::string& answer) {
+        live = answer;
+        liveWrites.emplace_back(Clock::now(), answer);
+    }
+
+    MainQueue& queue_;
 };
 
 // The nth request gets the nth handler; requests past the end get a 404.
@@ -102,7 +113,7 @@ class CompletionStreamTest : public ::testing::Test {
         db, preferences, std::make_shared<test::LoopbackHttpClient>(),
         std::make_shared<GPTEncoder>(std::filesystem::path(test::resourceDir()))};
     BlockingMainQueue queue;
-    std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>();
+    std::shared_ptr<RecordingSink> sink = std::make_shared<RecordingSink>(queue);
     std::vector<Message> history{userMessage("What does the paper say?")};
 
     void SetUp() override {
@@ -141,7 +152,7 @@ class CompletionStreamTest : public ::testing::Test {
                   const std::function<void(std::stop_source&)>& during = {}) {
         Outcome outcome;
         {
-            CompletionStream stream(service, queue, sink, std::move(step));
+            CompletionStream stream(service, sink, std::move(step));
             std::stop_source stop;
             std::atomic<bool> finished = false;
             std::jthread task([&] {
@@ -162,7 +173,6 @@ class CompletionStreamTest : public ::testing::Test {
             outcome.passes = stream.passCount();
         }
         queue.drain();  // what the throttler still held
-        EXPECT_FALSE(sink->calledOffMain);
         return outcome;
     }
 };
@@ -255,7 +265,7 @@ TEST_F(CompletionStreamTest, TheSeparatorCutsTheAnswerFromThePageLine) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.contents.front());
-        sink = std::make_shared<RecordingSink>();
+        sink = std::make_shared<RecordingSink>(queue);
         SseScript script;
         for (const auto& piece : c.contents) script.content(piece);
         script.finish("stop").done();
@@ -321,7 +331,7 @@ TEST_F(CompletionStreamTest, FailuresReadWithTheirWords) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        sink = std::make_shared<RecordingSink>();
+        sink = std::make_shared<RecordingSink>(queue);
         server.setHandler(c.handler);
         Conversation conversation = chat();
         if (c.contextLength > 0) conversation.customModelId = ollama(c.contextLength);

@@ -284,7 +284,7 @@ TEST_F(SendMessageTest, AReplacedRequestNeverWritesIntoTheNewerOne) {
     ASSERT_TRUE(queue.runUntil(
         [&] {
             const auto& live = viewModel->state().liveMessage;
-            return live && live->content == "Old reply ";
+            return live && live->content == "Old reply";
         },
         30s));
     viewModel->trigger(in::AddMessage{"Second question"});

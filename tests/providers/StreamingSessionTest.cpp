@@ -38,11 +38,12 @@ HttpResponseHead ok() {
     return {200, {{"Content-Type", "text/event-stream"}}};
 }
 
-std::vector<std::string> feed(const std::vector<std::string>& blocks,
-                              HttpResponseHead head = ok()) {
+// Feeds the blocks; with `end`, the body ends after them.
+std::vector<std::string> feed(const std::vector<std::string>& blocks, bool end = false) {
     Recorder recorder;
     auto session = recorder.session();
-    for (const auto& block : blocks) session.receiveBlock(head, block);
+    for (const auto& block : blocks) session.receiveBlock(ok(), block);
+    if (end) session.finish();
     return recorder.log;
 }
 
@@ -78,11 +79,15 @@ TEST(StreamingSessionTest, ScriptedBlocks) {
         {"an undecodable line in the middle",
          {"data: {\"nope\":1}\n\n" + a},
          {"error:The data couldn't be read because it is missing.", "Hel"}},
-        {"an error body in the middle",
+        {"an error event ends the stream",
          {a + "data: {\"error\":{\"message\":\"mid-stream\"}}\n\n" + b},
-         {"Hel", "error:mid-stream", "lo"}},
-        // Kept as a cut line, the bad line swallows the next one.
-        {"an undecodable last line is glued to the next block", {"data: {\"nope\":1}\n\n", a}, {}},
+         {"Hel", "error:mid-stream"}},
+        {"an error object on a line of its own",
+         {a + "{\"error\":{\"message\":\"late\"}}\n", b},
+         {"Hel", "error:late"}},
+        {"an undecodable line at the end of a block",
+         {"data: {\"nope\":1}\n\n", a},
+         {"error:The data couldn't be read because it is missing.", "Hel"}},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(feed(c.blocks), c.expected) << c.name;
@@ -157,9 +162,42 @@ TEST(StreamingSessionTest, FirstBlockChecks) {
     }
 }
 
-TEST(StreamingSessionTest, LaterBlocksSkipTheFirstBlockCheck) {
-    auto log = feed({test::deltaEvent("a"), R"({"error":{"message":"late"}})"});
-    EXPECT_EQ(log, Log{"a"});
+TEST(StreamingSessionTest, HowTheBodyEnds) {
+    const std::string a = test::deltaEvent("a");
+    const auto error = [](StreamingError::Case errorCase) {
+        return "error:" + std::string(StreamingError(errorCase).what());
+    };
+    const std::vector<BlockCase> cases = {
+        {"whole events without [DONE]", {a}, {"a"}},
+        {"a last event without its line feed", {a.substr(0, a.find('\n'))}, {"a"}},
+        {"a body cut inside an event",
+         {a + a.substr(0, 20)},
+         {"a", error(StreamingError::Case::cutOff)}},
+        {"a body cut inside a character",
+         {a + "data: \xC3"},
+         {"a", error(StreamingError::Case::cutOff)}},
+        {"an error event as the last bytes",
+         {a + R"(data: {"error":{"message":"quota"}})"},
+         {"a", "error:quota"}},
+        {"a plain answer where a stream was asked",
+         {R"({"id":"c","object":"chat.completion","choices":[)",
+          R"({"index":0,"message":{"role":"assistant","content":"Hi"}}]})"},
+         {error(StreamingError::Case::notAStream)}},
+        {"no body at all", {}, {error(StreamingError::Case::emptyContent)}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(feed(c.blocks, true), c.expected) << c.name;
+}
+
+TEST(StreamingSessionTest, ALineLongerThanTheLimitFailsWithoutHoldingIt) {
+    Recorder recorder;
+    auto session = recorder.session();
+    const std::string block(1 << 20, 'x');
+    session.receiveBlock(ok(), "data: ");
+    for (size_t sent = 0; sent <= StreamingSession::maximumLineSize; sent += block.size()) {
+        session.receiveBlock(ok(), block);
+    }
+    EXPECT_EQ(recorder.log,
+              Log{"error:" + std::string(StreamingError(StreamingError::Case::oversized).what())});
 }
 
 TEST(StreamingSessionTest, EverySplitOfARecordedStreamYieldsTheSameEvents) {
