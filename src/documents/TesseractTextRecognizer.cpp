@@ -5,6 +5,7 @@
 #include <tesseract/resultiterator.h>
 
 #include <cstdlib>
+#include <mutex>
 
 #include "documents/OcrError.h"
 
@@ -43,6 +44,15 @@ std::string trimLineEnd(const char* text) {
     return line;
 }
 
+// Setting a parameter writes to memory that Tesseract shares between its
+// engines, so engines on several workers set theirs one at a time.
+std::mutex parameterLock;
+
+void setParameter(tesseract::TessBaseAPI& api, const char* name, const char* value) {
+    std::lock_guard lock(parameterLock);
+    api.SetVariable(name, value);
+}
+
 }  // namespace
 
 TesseractTextRecognizer::TesseractTextRecognizer(std::string dataPath)
@@ -62,7 +72,7 @@ bool TesseractTextRecognizer::ensureModel() {
         return false;
     }
     api->SetPageSegMode(tesseract::PSM_AUTO);
-    api->SetVariable("debug_file", "/dev/null");
+    setParameter(*api, "debug_file", "/dev/null");
     api_ = std::move(api);
     return true;
 }
@@ -77,7 +87,11 @@ std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage&
     limitOpenMpToOneThread();
     // The second pass over doubtful lines, read as white on black, is what the
     // fast level leaves out.
-    api_->SetVariable("tessedit_do_invert", level == RecognitionLevel::fast ? "0" : "1");
+    const char* invert = level == RecognitionLevel::fast ? "0" : "1";
+    if (invert != invertPass_) {
+        setParameter(*api_, "tessedit_do_invert", invert);
+        invertPass_ = invert;
+    }
     api_->SetImage(image.pixels.data(), image.width, image.height, 1, image.width);
     api_->SetSourceResolution(image.resolution);
     if (api_->Recognize(nullptr) != 0) {

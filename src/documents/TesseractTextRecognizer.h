@@ -36,6 +36,7 @@ class TesseractTextRecognizer final : public TextRecognizer {
     std::string dataPath_;
     std::unique_ptr<tesseract::TessBaseAPI> api_;
     bool failed_ = false;
+    const char* invertPass_ = nullptr;  // the value last given to the engine
 };
 
 }  // namespace folvane
