@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "cli/CliContext.h"
-#include "runtime/BlockingMainQueue.h"
 #include "conversation/ChatListViewModel.h"
+#include "runtime/BlockingMainQueue.h"
 
 namespace folvane {
 
@@ -18,6 +18,8 @@ class CliChatList {
 
     ChatListViewModel& viewModel() { return *list_; }
     MainQueue& mainQueue() { return mainQueue_; }
+    // Runs what the view models posted.
+    void drain() { mainQueue_.drain(); }
 
     // The listed chat with this id, its messages loaded; throws with the
     // user's words when there is none.

@@ -1,8 +1,11 @@
 #include "cli/CliContext.h"
 
 #include "chat/AppChatService.h"
+#include "conversation/FirstStartStep.h"
+#include "platform/Log.h"
 #include "platform/MuPdfPageCounter.h"
 #include "store/AppPreferences.h"
+#include "store/SettingsError.h"
 
 namespace folvane {
 
@@ -12,7 +15,16 @@ CliContext::CliContext(AppPaths paths, std::ostream& out, std::ostream& err)
 CliContext::~CliContext() = default;
 
 AppPreferences& CliContext::preferences() {
-    if (!preferences_) preferences_ = AppPreferences::open(paths_.configDirectory);
+    if (!preferences_) {
+        preferences_ = AppPreferences::open(paths_.configDirectory);
+        try {
+            FirstStartStep::run(*preferences_);
+        } catch (const SettingsError& error) {
+            // Settings that cannot be written keep their defaults for this
+            // run; the step runs again at the next start.
+            log(error.what());
+        }
+    }
     return *preferences_;
 }
 

@@ -65,6 +65,7 @@ int runModelsCommand(CliContext& context, const CliArguments& args);
 int runExportCommand(CliContext& context, const CliArguments& args);
 int runForkCommand(CliContext& context, const CliArguments& args);
 int runRemoveCommand(CliContext& context, const CliArguments& args);
+int runRenameCommand(CliContext& context, const CliArguments& args);
 int runAskCommand(CliContext& context, const CliArguments& args);
 int runRegenerateCommand(CliContext& context, const CliArguments& args);
 int runContinueCommand(CliContext& context, const CliArguments& args);

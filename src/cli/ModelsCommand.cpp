@@ -190,17 +190,28 @@ int addModel(CliContext& context, CustomModelListViewModel& list, CliArguments a
         throw std::runtime_error("The custom model was not saved: " + *problem + ".");
     }
     fields.contextLength = *CustomModelFormCheck::parseContextLength(contextField);
+    // Checked before a row is added for it: the form's own check comes after.
+    if (fields.contextLength < 1) {
+        throw std::runtime_error(
+            "The custom model was not saved: the context length must be a whole number of "
+            "tokens above 0.");
+    }
 
     const size_t before = list.state().models.size();
     list.trigger(list_input::AddNew{provider});
-    if (list.state().models.size() != before + 1) {
-        throw std::runtime_error("The custom model could not be added.");
+    if (list.state().alert || list.state().models.size() != before + 1) {
+        throw std::runtime_error(
+            list.state().alert.value_or("The custom model could not be added."));
     }
     ModelRef added = list.state().models.back();
     added.trigger(fields);
-    if (added.state().model.modelId != fields.modelId ||
+    if (added.state().alert || added.state().model.modelId != fields.modelId ||
         added.state().model.apiEndpoint != fields.apiEndpoint) {
-        throw std::runtime_error("The custom model could not be saved.");
+        const std::string words =
+            added.state().alert.value_or("The custom model could not be saved.");
+        // The row made for the form goes with the failed save.
+        list.trigger(list_input::Remove{added.id()});
+        throw std::runtime_error(words);
     }
 
     // As after a passing check in the settings: without an OpenAI key and with
@@ -235,7 +246,9 @@ int removeModel(CustomModelListViewModel& list, const CliArguments& args) {
                                  ".");
     }
     list.trigger(list_input::Remove{id});
-    if (findModel(list, id)) throw std::runtime_error("Failed to delete the custom model.");
+    if (list.state().alert || findModel(list, id)) {
+        throw std::runtime_error(list.state().alert.value_or("Failed to delete the custom model."));
+    }
     return 0;
 }
 
@@ -248,6 +261,7 @@ int runModelsCommand(CliContext& context, const CliArguments& arguments) {
 
     CustomModelListViewModel list(context.service(), context.preferences());
     list.trigger(list_input::Sync{});
+    if (const auto& alert = list.state().alert) throw std::runtime_error(*alert);
     if (action == "list") return listModels(context, list, rest);
     if (action == "add") return addModel(context, list, rest);
     if (action == "default") return setDefault(context, list, rest);

@@ -4,8 +4,10 @@
 #include <cmath>
 #include <limits>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 
+#include "chat/AppChatService.h"
 #include "cli/CliContext.h"
 #include "store/AppPreferences.h"
 
@@ -92,6 +94,28 @@ json parseValue(const SettingDescriptor& setting, const std::string& text) {
     throw invalidValue(setting, "a value");
 }
 
+// The words for a number outside the values its setting can take.
+std::string rangeText(const SettingDescriptor& setting, const SettingRange& range) {
+    const bool whole = setting.type != SettingType::real;
+    const auto number = [](double value) {
+        std::string text = json(value).dump();
+        if (text.size() > 2 && text.ends_with(".0")) text.resize(text.size() - 2);
+        return text;
+    };
+    const std::string kind = whole ? "an integer" : "a number";
+    if (std::isinf(range.maximum)) return kind + " of at least " + number(range.minimum);
+    return kind + " from " + number(range.minimum) + " to " + number(range.maximum);
+}
+
+// A value of the right type that the setting can never use is refused here,
+// with the range it must be in.
+void expectInRange(const SettingDescriptor& setting, const json& value) {
+    if (value.is_null() || acceptedValue(setting, value)) return;
+    if (const auto range = settingRange(setting.id))
+        throw invalidValue(setting, rangeText(setting, *range));
+    throw invalidValue(setting, "a value");
+}
+
 // A value as `get` prints it: strings bare, an absent string as nothing.
 std::string plainText(const json& value) {
     if (value.is_string()) return value.get<std::string>();
@@ -125,7 +149,13 @@ int runSettingsCommand(CliContext& context, const CliArguments& args) {
         if (args.size() != 3) throw UsageError("Usage: folvane-cli settings set KEY VALUE");
         const auto& setting = settingOrThrow(args[1]);
         const json value = parseValue(setting, args[2]);
+        expectInRange(setting, value);
+        if ((setting.id == Setting::customModelId || setting.id == Setting::embeddingModelId) &&
+            value.get<int64_t>() != 0 && !context.service().getCustomModel(value.get<int64_t>())) {
+            throw std::runtime_error("There is no custom model with the id " + args[2] + ".");
+        }
         auto& preferences = context.preferences();
+        // A value that cannot be written throws with words that say it was not saved.
         preferences.setValue(setting.id, value);
         context.out() << setting.key << " = " << preferences.value(setting.id).dump() << '\n';
         return 0;

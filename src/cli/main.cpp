@@ -47,6 +47,7 @@ Commands:
   search CHAT_ID KEYWORD          list the messages that contain a word
   fork CHAT_ID MESSAGE_ID         copy a chat up to a message into a new chat
   remove CHAT_ID                  delete a chat
+  rename CHAT_ID TITLE            change a chat's title
   export CHAT_ID --format markdown|html|json [-o FILE]
                                   write a chat to a file
   models list | add PROVIDER [OPTIONS] | default ID | remove ID
@@ -78,6 +79,7 @@ const std::map<std::string, Command> commands{
     {"export", folvane::runExportCommand},
     {"fork", folvane::runForkCommand},
     {"remove", folvane::runRemoveCommand},
+    {"rename", folvane::runRenameCommand},
     {"ask", folvane::runAskCommand},
     {"regenerate", folvane::runRegenerateCommand},
     {"continue", folvane::runContinueCommand},

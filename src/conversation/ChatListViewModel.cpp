@@ -15,20 +15,27 @@ ChatListViewModel::ChatListViewModel(ChatService& service, DetailFactory makeDet
 }
 
 void ChatListViewModel::trigger(ChatListInput input) {
-    std::visit(
-        [this](auto&& value) {
-            using Case = std::decay_t<decltype(value)>;
-            if constexpr (std::is_same_v<Case, input::RemoveConversation>) {
-                removeConversation(value.id);
-            } else if constexpr (std::is_same_v<Case, input::AddConversation>) {
-                addConversation(value.conversation);
-            } else if constexpr (std::is_same_v<Case, input::ForkChat>) {
-                forkChat(value.sourceId, value.upToMessageId);
-            } else {
-                sync();
-            }
-        },
-        input);
+    std::optional<std::string> failure;
+    try {
+        std::visit(
+            [this](auto&& value) {
+                using Case = std::decay_t<decltype(value)>;
+                if constexpr (std::is_same_v<Case, input::RemoveConversation>) {
+                    removeConversation(value.id);
+                } else if constexpr (std::is_same_v<Case, input::AddConversation>) {
+                    addConversation(value.conversation);
+                } else if constexpr (std::is_same_v<Case, input::ForkChat>) {
+                    forkChat(value.sourceId, value.upToMessageId);
+                } else {
+                    sync();
+                }
+            },
+            input);
+    } catch (const std::exception& error) {
+        log(error.what());
+        failure = error.what();
+    }
+    if (failure || state().alert) updateState([&](ChatListState& next) { next.alert = failure; });
 }
 
 std::optional<ChatDetailRef> ChatListViewModel::find(int64_t conversationId) const {
@@ -68,29 +75,18 @@ void ChatListViewModel::addConversation(const Conversation& conversation) {
 }
 
 void ChatListViewModel::removeConversation(int64_t id) {
-    try {
-        service_.deleteConversation(id);
-    } catch (const std::exception& error) {
-        log(error.what());
-        return;
-    }
+    service_.deleteConversation(id);
     updateState([&](ChatListState& next) {
         std::erase_if(next.chats, [id](const ChatDetailRef& chat) { return chat.id() == id; });
     });
 }
 
 void ChatListViewModel::forkChat(int64_t sourceId, int64_t upToMessageId) {
-    std::optional<Conversation> copy;
-    try {
-        const auto source = service_.getConversation(sourceId);
-        if (!source) return;
-        // The store copies the chat and its messages in one transaction.
-        const Conversation made = service_.forkConversation(*source, upToMessageId);
-        copy = service_.getConversation(made.id);
-    } catch (const std::exception& error) {
-        log(error.what());
-        return;
-    }
+    const auto source = service_.getConversation(sourceId);
+    if (!source) return;
+    // The store copies the chat and its messages in one transaction.
+    const Conversation made = service_.forkConversation(*source, upToMessageId);
+    const auto copy = service_.getConversation(made.id);
     if (!copy) return;
     addConversation(*copy);
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -24,6 +25,9 @@ struct ChatListState {
     std::vector<ChatDetailRef> chats;
     // The chat that a window should open or bring forward; 0 for none yet.
     int64_t newChatFocusId = 0;
+    // The words of the last input's failure, shown to the user; cleared by the
+    // next input.
+    std::optional<std::string> alert;
 };
 
 namespace chat_list_input {
@@ -48,7 +52,8 @@ using ChatListInput =
 // The list of all chats. It makes one chat view model for each conversation
 // (through the factory it is given, which keeps it free of how a chat's view
 // model is built) and keeps it until the conversation is removed. Runs on the
-// main thread; its store calls are synchronous.
+// main thread; its store calls are synchronous, and a store failure becomes the
+// state's alert with the list left as it was.
 class ChatListViewModel final : public PublishingViewModel<ChatListState, ChatListInput> {
   public:
     using DetailFactory =

@@ -19,18 +19,26 @@ CustomModelListViewModel::CustomModelListViewModel(ChatService& service,
 }
 
 void CustomModelListViewModel::trigger(CustomModelListInput input) {
-    std::visit(
-        [this](auto&& value) {
-            using Case = std::decay_t<decltype(value)>;
-            if constexpr (std::is_same_v<Case, input::AddNew>) {
-                addNew(value.provider);
-            } else if constexpr (std::is_same_v<Case, input::Remove>) {
-                remove(value.id);
-            } else {
-                sync();
-            }
-        },
-        input);
+    std::optional<std::string> failure;
+    try {
+        std::visit(
+            [this](auto&& value) {
+                using Case = std::decay_t<decltype(value)>;
+                if constexpr (std::is_same_v<Case, input::AddNew>) {
+                    addNew(value.provider);
+                } else if constexpr (std::is_same_v<Case, input::Remove>) {
+                    remove(value.id);
+                } else {
+                    sync();
+                }
+            },
+            input);
+    } catch (const std::exception& error) {
+        log(error.what());
+        failure = error.what();
+    }
+    if (failure || state().alert)
+        updateState([&](CustomModelListState& next) { next.alert = failure; });
 }
 
 AnyViewModel<CustomModelDetailState, CustomModelDetailInput> CustomModelListViewModel::wrap(
@@ -40,27 +48,16 @@ AnyViewModel<CustomModelDetailState, CustomModelDetailInput> CustomModelListView
 }
 
 void CustomModelListViewModel::addNew(const std::string& provider) {
-    std::optional<CustomModel> stored;
-    try {
-        const int64_t id = service_.insertCustomModel(CustomModelDefaults::newRow(provider));
-        log("rowId " + std::to_string(id));
-        stored = service_.getCustomModel(id);
-    } catch (const std::exception& error) {
-        log(std::string("Failed to add the custom model: ") + error.what());
-        return;
-    }
+    const int64_t id = service_.insertCustomModel(CustomModelDefaults::newRow(provider));
+    log("rowId " + std::to_string(id));
+    const auto stored = service_.getCustomModel(id);
     if (!stored) return;
     updateState([&](CustomModelListState& next) { next.models.push_back(wrap(*stored)); });
 }
 
 void CustomModelListViewModel::remove(int64_t id) {
     log("handleRemoveCustomModel " + std::to_string(id));
-    try {
-        service_.deleteCustomModel(id);
-    } catch (const std::exception& error) {
-        log(std::string("Failed to delete the custom model: ") + error.what());
-        return;
-    }
+    service_.deleteCustomModel(id);
     updateState([&](CustomModelListState& next) {
         auto found = std::find_if(next.models.begin(), next.models.end(),
                                   [id](const auto& model) { return model.id() == id; });

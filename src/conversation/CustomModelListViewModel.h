@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -17,6 +18,8 @@ class ChatService;
 struct CustomModelListState {
     // One for each live row, oldest first.
     std::vector<AnyViewModel<CustomModelDetailState, CustomModelDetailInput>> models;
+    // The words of the last input's failure; cleared by the next input.
+    std::optional<std::string> alert;
 };
 
 namespace custom_model_list_input {
@@ -34,7 +37,7 @@ using CustomModelListInput =
                  custom_model_list_input::Sync>;
 
 // The custom models of the settings' "Models" tab. Runs on the main thread;
-// its store calls are synchronous.
+// its store calls are synchronous, and a store failure becomes the alert.
 class CustomModelListViewModel final
     : public PublishingViewModel<CustomModelListState, CustomModelListInput> {
   public:

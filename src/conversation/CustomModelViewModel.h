@@ -16,6 +16,8 @@ class ChatService;
 // One custom model as its settings form shows it. Identified by the row's id.
 struct CustomModelDetailState {
     CustomModel model;
+    // The words of the last save's failure; cleared by the next save.
+    std::optional<std::string> alert;
 
     int64_t id() const { return model.id.value_or(0); }
 };
@@ -41,8 +43,9 @@ class CustomModelViewModel final
     CustomModelViewModel(ChatService& service, CustomModel model);
 
     // save: updates the row, then the state, then empties the service's client
-    // caches so that the very next request uses the new values. A failed
-    // update is logged and changes nothing.
+    // caches so that the very next request uses the new values. A context
+    // length below 1 is refused; a refused or failed save changes nothing but
+    // the alert.
     void trigger(CustomModelDetailInput input) override;
 
   private:

@@ -13,6 +13,7 @@
 #include "platform/SecretStore.h"
 #include "store/JsonFileKeyValueStore.h"
 #include "store/MemoryKeyValueStore.h"
+#include "store/SettingsError.h"
 
 namespace folvane {
 namespace {
@@ -111,15 +112,15 @@ void AppPreferences::runStartUpSteps() {
     // Older versions kept an absolute font size; the text size is now a number
     // of steps from the desktop's size, one step being 2 points.
     const double fontSize = stored(Setting::legacyFontSize).value_or(json(13.0)).get<double>();
-    setLegacyFontSize(fontSize);
+    restore(Setting::legacyFontSize, fontSize);
     if (auto steps = stored(Setting::textSizeAdjustment)) {
-        setTextSizeAdjustment(steps->get<int>());
+        restore(Setting::textSizeAdjustment, *steps);
     } else {
-        setTextSizeAdjustment(clampToInt(std::trunc(fontSize)) - 13);
+        restore(Setting::textSizeAdjustment, clampToInt(std::trunc(fontSize)) - 13);
     }
 
     for (auto setting : {Setting::customModelId, Setting::embeddingModelId}) {
-        setValue(setting, stored(setting).value_or(json(0)));
+        restore(setting, stored(setting).value_or(json(0)));
     }
 
     if (auto frame = store_->get(chatWindowFrameKey); frame && frame->is_string()) {
@@ -133,13 +134,26 @@ void AppPreferences::runStartUpSteps() {
 
     for (auto setting : {Setting::alwaysOnTop, Setting::showPageReferences, Setting::useMarkdown,
                          Setting::useLaTeX, Setting::autoCloseWelcomeWindow}) {
-        setValue(setting, stored(setting).value_or(settingDescriptor(setting).defaultValue));
+        restore(setting, stored(setting).value_or(settingDescriptor(setting).defaultValue));
     }
 
     // A catalogue that does not decode stays empty and is not written back.
     for (auto setting :
          {Setting::openRouterModels, Setting::mistralModels, Setting::ollamaModels}) {
-        if (auto models = stored(setting)) setValue(setting, *models);
+        if (auto models = stored(setting)) restore(setting, *models);
+    }
+}
+
+void AppPreferences::restore(Setting setting, const json& value) {
+    const auto& descriptor = settingDescriptor(setting);
+    if (descriptor.kind == SettingKind::published) published_[setting] = value;
+    try {
+        store_->set(descriptor.key, value);
+    } catch (const SettingsError& error) {
+        // Writing back what was read or defaulted only makes the file complete;
+        // the value holds for this run all the same, and a change the user
+        // makes is refused with these words.
+        log(error.what());
     }
 }
 
@@ -170,12 +184,13 @@ void AppPreferences::setValue(Setting setting, const json& newValue) {
     if (!accepted) {
         throw std::invalid_argument("Invalid value for " + descriptor.key + ": " + newValue.dump());
     }
-    if (descriptor.kind == SettingKind::published) published_[setting] = *accepted;
+    // The store first: a value it cannot keep throws and changes nothing.
     if (accepted->is_null()) {
         store_->remove(descriptor.key);
     } else {
-        store_->set(descriptor.key, std::move(*accepted));
+        store_->set(descriptor.key, *accepted);
     }
+    if (descriptor.kind == SettingKind::published) published_[setting] = std::move(*accepted);
     notify(descriptor.key);
 }
 

@@ -84,6 +84,7 @@ class AppPreferences {
     // of the setting's type and throws std::invalid_argument for any other.
     // An absent optional string is JSON null.
     nlohmann::json value(Setting setting) const;
+    // Throws SettingsError, changing nothing, when the store cannot keep the value.
     void setValue(Setting setting, const nlohmann::json& value);
     // Whether the key-value store holds the setting's key at all.
     bool isStored(Setting setting) const;
@@ -246,6 +247,9 @@ class AppPreferences {
 
   private:
     void runStartUpSteps();
+    // Holds a start-up value and writes it back; a store that cannot keep it
+    // leaves it in memory for this run.
+    void restore(Setting setting, const nlohmann::json& value);
     void notify(std::string_view key);
     void enqueueSecretWrite(std::function<bool()> write);
     void runSecretWrites(std::stop_token stop);

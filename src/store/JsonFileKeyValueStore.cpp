@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "platform/Log.h"
+#include "store/SettingsError.h"
 
 namespace folvane {
 namespace {
@@ -99,18 +100,36 @@ std::optional<nlohmann::json> JsonFileKeyValueStore::get(const std::string& key)
 
 void JsonFileKeyValueStore::set(const std::string& key, nlohmann::json value) {
     std::lock_guard lock(mutex_);
+    const auto before = values_;
     values_[key] = std::move(value);
-    save();
+    try {
+        save(key);
+    } catch (...) {
+        values_ = before;
+        throw;
+    }
 }
 
 void JsonFileKeyValueStore::remove(const std::string& key) {
     std::lock_guard lock(mutex_);
-    if (values_.erase(key) == 0) return;
-    save();
+    const auto found = values_.find(key);
+    if (found == values_.end()) return;
+    const auto before = values_;
+    values_.erase(found);
+    try {
+        save(key);
+    } catch (...) {
+        values_ = before;
+        throw;
+    }
 }
 
-void JsonFileKeyValueStore::save() {
-    if (!writable_) return;
+void JsonFileKeyValueStore::save(const std::string& key) {
+    const auto notSaved = [&](const std::string& reason) {
+        return SettingsError("The setting " + key + " was not saved: " + file_.string() + " " +
+                             reason + ".");
+    };
+    if (!writable_) throw notSaved("is damaged and could not be moved aside");
 
     // A settings file that is a link (a dotfiles checkout) is replaced at its target.
     std::error_code error;
@@ -125,10 +144,7 @@ void JsonFileKeyValueStore::save() {
 
     std::string temporary = (directory / (target.filename().string() + ".tmp-XXXXXX")).string();
     const int fd = ::mkstemp(temporary.data());
-    if (fd < 0) {
-        log("Cannot write settings to " + target.string() + ": " + std::strerror(errno));
-        return;
-    }
+    if (fd < 0) throw notSaved(std::string("cannot be written (") + std::strerror(errno) + ")");
     const std::string bytes = values_.dump(4) + "\n";
     const bool written = writeAll(fd, bytes) && ::fsync(fd) == 0;
     const int savedErrno = errno;
@@ -136,8 +152,7 @@ void JsonFileKeyValueStore::save() {
     if (!written || ::rename(temporary.c_str(), target.c_str()) != 0) {
         const int failure = written ? errno : savedErrno;
         ::unlink(temporary.c_str());
-        log("Cannot write settings to " + target.string() + ": " + std::strerror(failure));
-        return;
+        throw notSaved(std::string("cannot be written (") + std::strerror(failure) + ")");
     }
     syncDirectory(directory);
 }

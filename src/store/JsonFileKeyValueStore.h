@@ -13,9 +13,9 @@ namespace folvane {
 // leaves either the old or the new settings. The folder is made when missing.
 //
 // A file that is not a JSON object is moved aside to "<name>.corrupt-<time>",
-// never overwritten, and the store starts empty (when it cannot be moved, the
-// store keeps changes in memory only). A failed write is logged and the value
-// stays in memory.
+// never overwritten, and the store starts empty (when it cannot be moved, every
+// change is refused). A change that cannot be written throws SettingsError and
+// leaves the store as it was.
 class JsonFileKeyValueStore : public KeyValueStore {
   public:
     explicit JsonFileKeyValueStore(std::filesystem::path file);
@@ -29,7 +29,7 @@ class JsonFileKeyValueStore : public KeyValueStore {
   private:
     void load();
     void moveAside(const std::string& reason);
-    void save();
+    void save(const std::string& key);
 
     std::filesystem::path file_;
     mutable std::mutex mutex_;

@@ -7,7 +7,8 @@
 namespace folvane {
 
 // A per-user store of settings: JSON values under string keys. Each change is
-// kept at once; a store never throws for a value it cannot keep, it logs.
+// kept at once; a change that cannot be kept throws SettingsError and leaves
+// the store as it was.
 class KeyValueStore {
   public:
     virtual ~KeyValueStore() = default;

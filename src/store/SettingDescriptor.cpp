@@ -145,7 +145,31 @@ std::optional<json> acceptedInteger(const json& value, int64_t lowest, int64_t h
     return std::nullopt;
 }
 
+std::optional<json> acceptedType(const SettingDescriptor& setting, const json& value);
+
 }  // namespace
+
+std::optional<SettingRange> settingRange(Setting setting) {
+    constexpr double unbounded = std::numeric_limits<double>::infinity();
+    switch (setting) {
+        case Setting::legacyFontSize:
+            return SettingRange{1, unbounded};
+        case Setting::customModelId:
+        case Setting::embeddingModelId:
+        case Setting::pageCountThreshold:
+        case Setting::defaultContextLimit:
+            return SettingRange{0, unbounded};
+        case Setting::indexingParallelTask:
+            return SettingRange{1, unbounded};
+        case Setting::defaultTemperature:
+            return SettingRange{0, 2};
+        case Setting::defaultPresencePenalty:
+        case Setting::defaultFrequencyPenalty:
+            return SettingRange{-2, 2};
+        default:
+            return std::nullopt;
+    }
+}
 
 const std::vector<SettingDescriptor>& settingDescriptors() {
     static const std::vector<SettingDescriptor> table = makeDescriptors();
@@ -164,6 +188,18 @@ const SettingDescriptor* findSetting(std::string_view key) {
 }
 
 std::optional<json> acceptedValue(const SettingDescriptor& setting, const json& value) {
+    auto accepted = acceptedType(setting, value);
+    if (!accepted) return std::nullopt;
+    if (const auto range = settingRange(setting.id)) {
+        const double number = accepted->get<double>();
+        if (number < range->minimum || number > range->maximum) return std::nullopt;
+    }
+    return accepted;
+}
+
+namespace {
+
+std::optional<json> acceptedType(const SettingDescriptor& setting, const json& value) {
     switch (setting.type) {
         case SettingType::boolean:
             if (value.is_boolean()) return value;
@@ -199,5 +235,7 @@ std::optional<json> acceptedValue(const SettingDescriptor& setting, const json& 
     }
     return std::nullopt;
 }
+
+}  // namespace
 
 }  // namespace folvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -93,6 +94,16 @@ struct SettingDescriptor {
     std::vector<std::string> choices;  // the raw strings of a choice
 };
 
+// The values a number setting can take at all; a value outside can never work
+// (a font of negative size, no indexing task at a time).
+struct SettingRange {
+    double minimum = -std::numeric_limits<double>::infinity();
+    double maximum = std::numeric_limits<double>::infinity();
+};
+
+// The range of a number setting that has one.
+std::optional<SettingRange> settingRange(Setting setting);
+
 // The descriptors, indexed by Setting.
 const std::vector<SettingDescriptor>& settingDescriptors();
 const SettingDescriptor& settingDescriptor(Setting setting);
@@ -100,9 +111,9 @@ const SettingDescriptor& settingDescriptor(Setting setting);
 const SettingDescriptor* findSetting(std::string_view key);
 
 // A stored JSON value as the setting's type reads it, or nothing when it does
-// not fit: a wrong JSON type, a number out of range, a string that is no case of
-// the enumeration. A whole floating-point value is taken for an integer, and a
-// string that holds a JSON array for a catalogue.
+// not fit: a wrong JSON type, a number out of the type's or the setting's range,
+// a string that is no case of the enumeration. A whole floating-point value is taken for an
+// integer, and a string that holds a JSON array for a catalogue.
 std::optional<nlohmann::json> acceptedValue(const SettingDescriptor& setting,
                                             const nlohmann::json& value);
 

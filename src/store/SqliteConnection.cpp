@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <filesystem>
 #include <utility>
 
 namespace folvane {
@@ -39,9 +40,34 @@ std::shared_ptr<SqliteConnection> SqliteConnection::create(const std::string& pa
     return std::shared_ptr<SqliteConnection>(new SqliteConnection(handle, path));
 }
 
+namespace {
+
+// The library's words for a failure, led by what it means to the user where the
+// library's own words name no cause they could act on.
+std::string failureText(int code, const char* detail, const std::string& path) {
+    const std::string name = std::filesystem::path(path).filename().string();
+    const std::string library = detail && *detail ? detail : sqlite3_errstr(code);
+    switch (code & 0xff) {
+        case SQLITE_READONLY:
+            return "The change could not be saved: " + name + " cannot be written (" + library +
+                   ").";
+        case SQLITE_FULL:
+            return "The change could not be saved: the disk is full (" + library + ").";
+        case SQLITE_CANTOPEN:
+            return "The change could not be saved: the folder of " + name + " cannot be written (" +
+                   library + ").";
+        case SQLITE_IOERR:
+            return "The database " + name + " could not be read or written (" + library + ").";
+        default:
+            return library;
+    }
+}
+
+}  // namespace
+
 void SqliteConnection::fail(int code) const {
-    const char* message = sqlite3_errmsg(handle_);
-    throw DatabaseError(message && *message ? message : sqlite3_errstr(code));
+    const int extended = sqlite3_extended_errcode(handle_);
+    throw DatabaseError(failureText(extended ? extended : code, sqlite3_errmsg(handle_), path_));
 }
 
 Statement SqliteConnection::prepare(std::string_view sql) {
@@ -53,7 +79,7 @@ void SqliteConnection::execute(std::string_view sql) {
     const std::string text(sql);
     char* error = nullptr;
     if (sqlite3_exec(handle_, text.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
-        std::string message = error ? error : "unknown database error";
+        std::string message = failureText(sqlite3_extended_errcode(handle_), error, path_);
         sqlite3_free(error);
         throw DatabaseError(message);
     }

@@ -14,7 +14,9 @@ struct sqlite3_stmt;
 
 namespace folvane {
 
-// A failure of the database library, with its own message.
+// A failure of the store. what() is the user's words: a write that the disk or
+// the file refuses says so ("the disk is full", "cannot be written"), followed
+// by the library's own message.
 class DatabaseError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "support/CliRunner.h"
+#include "support/ReadOnlyPath.h"
 #include "support/TempDir.h"
 
 namespace folvane {
@@ -179,11 +180,55 @@ TEST_F(ChatListCliTest, ModelsAddRefusesWhatTheFormWouldRefuse) {
     const auto context = cli({"models", "add", "Ollama", "--context", "lots"});
     EXPECT_EQ(context.exitCode, 1);
     EXPECT_THAT(context.err, HasSubstr("no context length"));
+    const auto negative = cli({"models", "add", "Ollama", "--context", "-5"});
+    EXPECT_EQ(negative.exitCode, 1);
+    EXPECT_THAT(negative.err, HasSubstr("the context length must be a whole number"));
     const auto provider = cli({"models", "add", "Nowhere"});
     EXPECT_EQ(provider.exitCode, 2);
     EXPECT_THAT(provider.err, HasSubstr("Unknown provider: Nowhere"));
     EXPECT_EQ(cli({"models", "add", "LocalAI", "--header", "novalue"}).exitCode, 2);
     EXPECT_TRUE(jsonLines({"models", "list", "--json"}).empty());
+}
+
+TEST_F(ChatListCliTest, AStoreThatCannotBeWrittenRefusesEveryChangeWithTheCause) {
+    ASSERT_EQ(cli({"chats"}).exitCode, 0);
+    const std::string dataDir = home / "data/co.tessavel.Folvane";
+    const std::string pdf = home / "paper.pdf";
+    test::writeFile(pdf, "%PDF-1.4\n% a document\n");
+    const std::string firstMessage =
+        std::to_string(jsonLines({"messages", "1", "--json"})[0]["id"].get<int64_t>());
+
+    for (const std::string& path : {dataDir + "/db.sqlite3", dataDir}) {
+        SCOPED_TRACE(path);
+        test::ReadOnlyPath readOnly(path);
+        if (!readOnly.active()) GTEST_SKIP() << "cannot make a read-only path here";
+        const std::vector<std::vector<std::string>> changes = {
+            {"open", pdf},
+            {"fork", "1", firstMessage},
+            {"remove", "1"},
+            {"rename", "1", "Renamed"},
+            {"models", "add", "Ollama"},
+        };
+        for (const auto& change : changes) {
+            const auto result = cli(change);
+            EXPECT_EQ(result.exitCode, 1) << change[0] << ": " << result.err;
+            // The chat's own inputs report through its lastError.
+            if (change[0] != "rename") {
+                EXPECT_THAT(result.err, HasSubstr("cannot be written")) << change[0];
+            }
+        }
+        const auto chats = jsonLines({"chats", "--json"});
+        ASSERT_EQ(chats.size(), 1u);
+        EXPECT_EQ(chats[0]["title"], "Example Chat");
+        EXPECT_TRUE(jsonLines({"models", "list", "--json"}).empty());
+    }
+}
+
+TEST_F(ChatListCliTest, RenameChangesTheTitle) {
+    ASSERT_EQ(cli({"rename", "1", "Bitcoin notes"}).exitCode, 0);
+    EXPECT_EQ(jsonLines({"chats", "--json"})[0]["title"], "Bitcoin notes");
+    EXPECT_EQ(cli({"rename", "1", "  "}).exitCode, 2);
+    EXPECT_EQ(cli({"rename", "7", "x"}).exitCode, 1);
 }
 
 }  // namespace

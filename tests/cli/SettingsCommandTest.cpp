@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/CliRunner.h"
+#include "support/ReadOnlyPath.h"
 #include "support/TempDir.h"
 
 namespace folvane {
@@ -47,7 +48,7 @@ TEST_F(SettingsCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
         {"pageCountThreshold", "120", "120"},
         {"defaultTemperature", "0.7", "0.7"},
         {"useLaTeX", "true", "true"},
-        {"customModelId", "9007199254740993", "9007199254740993"},
+        {"customModelId", "0", "0"},
         {"colorScheme", "dark", "dark"},
         {"codeColorSchemeLight", "a11y-light", "a11y-light"},
         {"userInstruction", "Answer in French.", "Answer in French."},
@@ -62,7 +63,7 @@ TEST_F(SettingsCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
         EXPECT_EQ(settings({"get", change[0]}).out, change[2] + "\n");
     }
     const auto onDisk = json::parse(test::readFile(settingsFile));
-    EXPECT_EQ(onDisk["customModelId"], 9007199254740993);
+    EXPECT_EQ(onDisk["defaultTemperature"], 0.7);
     EXPECT_EQ(onDisk["useLaTeX"], true);
     EXPECT_FALSE(onDisk.contains("fontName"));
 }
@@ -79,6 +80,10 @@ TEST_F(SettingsCommandTest, BadKeysAndValuesAreUsageErrorsThatChangeNothing) {
         {{"set", "useMarkdown", "yes"}, "expected true or false"},
         {{"set", "fontLeading", "Loose"}, "expected one of tight, standard, loose"},
         {{"set", "mistralModels", "{}"}, "expected a JSON array"},
+        {{"set", "fontSize", "-3"}, "Invalid value for fontSize: expected a number of at least 1"},
+        {{"set", "indexingParallelTask", "0"}, "expected an integer of at least 1"},
+        {{"set", "defaultTemperature", "2.5"}, "expected a number from 0 to 2"},
+        {{"set", "defaultContextLimit", "-1"}, "expected an integer of at least 0"},
         {{"set", "useMarkdown"}, "Usage"},
         {{"frobnicate"}, "Unknown settings action"},
         {{}, "Usage"},
@@ -89,6 +94,39 @@ TEST_F(SettingsCommandTest, BadKeysAndValuesAreUsageErrorsThatChangeNothing) {
         EXPECT_THAT(result.err, HasSubstr(message));
     }
     EXPECT_THAT(settings({"get", "pageCountThreshold"}).out, StartsWith("300\n"));
+}
+
+TEST_F(SettingsCommandTest, ACustomModelIdMustNameARow) {
+    const auto result = settings({"set", "customModelId", "42"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("There is no custom model with the id 42."));
+    EXPECT_EQ(settings({"get", "customModelId"}).out, "0\n");
+}
+
+TEST_F(SettingsCommandTest, AChangeThatCannotBeWrittenSaysSoAndKeepsTheFile) {
+    ASSERT_EQ(settings({"set", "useLaTeX", "false"}).exitCode, 0);
+    const std::string before = test::readFile(settingsFile);
+    // A temporary file cannot be made beside settings.json, so no new file can
+    // take its place.
+    const std::string folder = home / "config/co.tessavel.Folvane";
+    test::ReadOnlyPath readOnly(folder);
+    if (!readOnly.active()) GTEST_SKIP() << "cannot make a read-only folder here";
+
+    const auto result = settings({"set", "useLaTeX", "true"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("The setting useLaTeX was not saved"));
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(test::readFile(settingsFile), before);
+    EXPECT_EQ(settings({"get", "useLaTeX"}).out, "false\n");
+}
+
+TEST_F(SettingsCommandTest, TheFirstStartChoosesSmartIndexingOnlyForANewInstallation) {
+    EXPECT_EQ(settings({"get", "dataIngestionStrategy"}).out, "smart\n");
+    EXPECT_EQ(settings({"get", "onboardingOpened"}).out, "true\n");
+
+    // One that was opened before and never chose keeps the on-device way.
+    test::writeFile(settingsFile, R"({"onboardingOpened": true})");
+    EXPECT_EQ(settings({"get", "dataIngestionStrategy"}).out, "local\n");
 }
 
 }  // namespace

@@ -136,7 +136,7 @@ TEST_F(ChatListViewModelTest, RemovingDeletesTheChatAndItsMessagesAndKeepsTheOrd
     EXPECT_THAT(listedIds(), ElementsAre(b, 1));
 }
 
-TEST_F(ChatListViewModelTest, AFailedDeleteLeavesTheList) {
+TEST_F(ChatListViewModelTest, AFailedDeleteLeavesTheListAndSaysWhy) {
     const int64_t a = newChat("A");
     list.trigger(chat_list_input::Sync{});
     db->execute(
@@ -144,6 +144,11 @@ TEST_F(ChatListViewModelTest, AFailedDeleteLeavesTheList) {
     list.trigger(chat_list_input::RemoveConversation{a});
     EXPECT_THAT(listedIds(), ElementsAre(a, 1));
     EXPECT_TRUE(service.getConversation(a));
+    EXPECT_EQ(list.state().alert, "no");
+
+    // The next input that goes through clears it.
+    list.trigger(chat_list_input::Sync{});
+    EXPECT_FALSE(list.state().alert);
 }
 
 TEST_F(ChatListViewModelTest, ForkingCopiesTheChatUpToAMessage) {

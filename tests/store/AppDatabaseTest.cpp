@@ -351,7 +351,9 @@ TEST_F(AppDatabaseTest, AFirstStartStoppedAtAnyPointLeavesAStoreThatTheNextStart
             int status = 0;
             ASSERT_EQ(waitpid(child, &status, 0), child);
             const bool stopped = WIFSIGNALED(status);
-            if (!stopped) ASSERT_EQ(WEXITSTATUS(status), 0);
+            if (!stopped) {
+                ASSERT_EQ(WEXITSTATUS(status), 0);
+            }
 
             auto db = connect();
             EXPECT_EQ(db->userVersion(), AppDatabase::currentVersion);

@@ -1,4 +1,7 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <functional>
 
 #include "store/BookmarkModel.h"
 #include "store/ConversationModel.h"
@@ -6,6 +9,7 @@
 #include "store/EmbeddingModel.h"
 #include "store/MessageModel.h"
 #include "store/PromptModel.h"
+#include "support/ReadOnlyPath.h"
 #include "support/TempDir.h"
 #include "support/TestDatabase.h"
 
@@ -299,6 +303,50 @@ TEST_F(TableModelsTest, SoftDeletedCustomModelsAreNoLongerFound) {
     EXPECT_EQ(column("SELECT deleted FROM custom_models WHERE id = " + std::to_string(id)), "1");
     customModels.update(id, "Ghost", "", "", 0, std::nullopt, true);
     EXPECT_EQ(column("SELECT name FROM custom_models WHERE id = " + std::to_string(id)), "Renamed");
+}
+
+TEST(TableModelsWriteFailureTest, AWriteTheDiskRefusesThrowsTheCause) {
+    struct Case {
+        const char* name;
+        const char* words;
+    };
+    for (const Case& c : {Case{"file", "db.sqlite3 cannot be written"},
+                          Case{"folder", "the folder of db.sqlite3 cannot be written"},
+                          Case{"disk", "the disk is full"}}) {
+        SCOPED_TRACE(c.name);
+        test::TempDir dir;
+        const std::string path = dir / "db.sqlite3";
+        test::makeDatabase(path).reset();
+        std::unique_ptr<test::ReadOnlyPath> readOnly;
+        if (std::string(c.name) == "file") readOnly = std::make_unique<test::ReadOnlyPath>(path);
+        if (std::string(c.name) == "folder") {
+            readOnly = std::make_unique<test::ReadOnlyPath>(dir.path());
+        }
+        if (readOnly && !readOnly->active()) GTEST_SKIP() << "cannot make a read-only path here";
+
+        auto db = SqliteConnection::open(path);
+        if (std::string(c.name) == "disk") {
+            // The file may not grow by a page: SQLite's own "disk is full".
+            auto pages = db->prepare("PRAGMA page_count");
+            pages.step();
+            db->execute("PRAGMA max_page_count = " + std::to_string(pages.int64(0)));
+        }
+        ConversationModel conversations{db};
+        Conversation chat;
+        chat.title = std::string(8192, 't');
+        chat.bookmarkId = 1;
+        for (const std::function<void()>& write :
+             {std::function<void()>([&] { conversations.insert(chat); }),
+              std::function<void()>([&] { conversations.updateTitle(1, chat.title); })}) {
+            try {
+                write();
+                ADD_FAILURE() << "the write passed";
+            } catch (const DatabaseError& error) {
+                EXPECT_THAT(error.what(), ::testing::HasSubstr(c.words));
+            }
+        }
+        EXPECT_EQ(conversations.find(1).value().title, "Example Chat");
+    }
 }
 
 }  // namespace
