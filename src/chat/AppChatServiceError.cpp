@@ -20,6 +20,8 @@ std::string AppChatServiceError::description(Case errorCase) {
             return "Unsupported API provider.";
         case Case::apiKeyMissing:
             return "You haven't configured OpenAI API key yet";
+        case Case::conversationGone:
+            return "The chat was deleted while its answer arrived; the answer was not stored.";
     }
     return "Initialization failed.";
 }

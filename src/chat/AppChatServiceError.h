@@ -17,6 +17,7 @@ class AppChatServiceError : public std::runtime_error {
         searchFailed,
         unsupportedApiProvider,
         apiKeyMissing,
+        conversationGone,
     };
 
     explicit AppChatServiceError(Case errorCase)

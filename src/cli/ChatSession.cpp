@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <map>
 #include <ostream>
 #include <set>
@@ -18,23 +19,30 @@ namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
 
-// Ctrl-C for the length of a request: it asks for a cancel instead of ending
-// the program.
+// Ctrl-C, and the end of the terminal or a polite kill, for the length of a
+// request: each asks for a cancel instead of ending the program, so the reply
+// so far is kept.
 class InterruptGuard {
   public:
+    static constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
+
     InterruptGuard() {
         interrupted = 0;
         struct sigaction action {};
         action.sa_handler = [](int) { interrupted = 1; };
         sigemptyset(&action.sa_mask);
-        sigaction(SIGINT, &action, &previous_);
+        for (size_t i = 0; i < std::size(signals); ++i)
+            sigaction(signals[i], &action, &previous_[i]);
     }
-    ~InterruptGuard() { sigaction(SIGINT, &previous_, nullptr); }
+    ~InterruptGuard() {
+        for (size_t i = 0; i < std::size(signals); ++i)
+            sigaction(signals[i], &previous_[i], nullptr);
+    }
     InterruptGuard(const InterruptGuard&) = delete;
     InterruptGuard& operator=(const InterruptGuard&) = delete;
 
   private:
-    struct sigaction previous_ {};
+    struct sigaction previous_[std::size(signals)]{};
 };
 
 }  // namespace
@@ -187,8 +195,12 @@ int ChatSession::streamReply(const std::function<void()>& start) {
         std::snprintf(cost, sizeof cost, "%.6f", s.conversation.cost);
         out << "\nCost of the chat: $" << cost << "\n";
     }
-    if (s.assistantState == AssistantState::failed) {
+    if (s.assistantState == AssistantState::failed || s.lastError) {
         err << s.lastError.value_or("The request failed.") << '\n';
+        return 1;
+    }
+    if (cancelled && !reply) {
+        err << "The request was cancelled before any answer arrived.\n";
         return 1;
     }
     return 0;

@@ -24,14 +24,26 @@ void printMessage(std::ostream& out, const Message& message) {
         << message.content << "\n\n";
 }
 
+// A failed input leaves its words in the chat's lastError.
+void expectNoError(const ChatSession& session) {
+    if (const auto& error = session.state().lastError) throw std::runtime_error(*error);
+}
+
+// Opens the chat and loads its messages.
+void openSynced(ChatSession& session) {
+    session.sync();
+    expectNoError(session);
+}
+
 // A command that changes the chat's messages and shows nothing.
 int runMessageOperation(CliContext& context, const CliArguments& args, const std::string& command,
                         ChatDetailInput input) {
     const int64_t chatId = chatIdOf(args, command);
     expectNoMoreArguments(args, 1);
     ChatSession session(context, chatId);
-    session.sync();
+    openSynced(session);
     session.trigger(std::move(input));
+    expectNoError(session);
     return 0;
 }
 
@@ -55,7 +67,7 @@ int runAskCommand(CliContext& context, const CliArguments& arguments) {
     }
 
     ChatSession session(context, chatId);
-    session.sync();
+    openSynced(session);
     session.loadIndexes();
     if (quote) session.trigger(chat_input::UseContentAsMessageContext{*quote});
     if (image) session.trigger(chat_input::AddImages{{imageUrl}});
@@ -67,7 +79,7 @@ int runRegenerateCommand(CliContext& context, const CliArguments& args) {
     const int64_t chatId = chatIdOf(args, "regenerate");
     expectNoMoreArguments(args, 1);
     ChatSession session(context, chatId);
-    session.sync();
+    openSynced(session);
     const auto& messages = session.state().messages;
     if (std::none_of(messages.begin(), messages.end(),
                      [](const Message& m) { return m.role == "user"; })) {
@@ -81,7 +93,7 @@ int runContinueCommand(CliContext& context, const CliArguments& args) {
     const int64_t chatId = chatIdOf(args, "continue");
     expectNoMoreArguments(args, 1);
     ChatSession session(context, chatId);
-    session.sync();
+    openSynced(session);
     if (session.state().messages.empty()) throw std::runtime_error("The chat has no message.");
     session.loadIndexes();
     return session.streamReply(
@@ -98,7 +110,7 @@ int runEditCommand(CliContext& context, const CliArguments& arguments) {
     const std::string text = args[2];
 
     ChatSession session(context, chatId);
-    session.sync();
+    openSynced(session);
     const auto& messages = session.state().messages;
     const auto found = std::find_if(messages.begin(), messages.end(),
                                     [&](const Message& m) { return m.id == messageId; });
@@ -108,6 +120,7 @@ int runEditCommand(CliContext& context, const CliArguments& arguments) {
     }
     if (!resend || found->role != "user") {
         session.trigger(chat_input::UpdateMessageContent{messageId, text, resend});
+        expectNoError(session);
         return 0;
     }
     session.loadIndexes();
@@ -135,7 +148,7 @@ int runSearchCommand(CliContext& context, const CliArguments& args) {
     const std::string keyword = args[1];
 
     ChatSession session(context, chatId);
-    session.sync();
+    openSynced(session);
     session.trigger(chat_input::Find{keyword, SearchScope::chat});
     session.runUntil([&] {
         const auto& s = session.state();

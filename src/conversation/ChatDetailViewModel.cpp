@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "chat/ChatService.h"
+#include "chat/CompletionStream.h"
 #include "platform/Clipboard.h"
 #include "platform/Log.h"
 #include "runtime/MainQueue.h"
@@ -36,7 +37,7 @@ ChatDetailViewModel::ChatDetailViewModel(ChatDetailServices services,
         try {
             initial.customModel = services_.chatService.getCustomModel(conversation.customModelId);
         } catch (const std::exception& error) {
-            log(std::string("Cannot read the chat's custom model: ") + error.what());
+            initial.lastError = errorText(error);
         }
     }
     if (services_.makeIndexer) {
@@ -54,7 +55,7 @@ ChatDetailViewModel::ChatDetailViewModel(ChatDetailServices services,
             initial.allDocuments =
                 documentInfos(services_.chatService.getBookmarks(conversation.allBookmarkIds()));
         } catch (const std::exception& error) {
-            log(std::string("Cannot read the chat's documents: ") + error.what());
+            initial.lastError = errorText(error);
         }
     }
     setState(std::move(initial));
@@ -66,7 +67,7 @@ ChatDetailViewModel::~ChatDetailViewModel() {
 
 void ChatDetailViewModel::trigger(ChatDetailInput input) {
     namespace in = chat_input;
-    // A failed store call leaves the state as it was; trigger never fails.
+    // A failed store call leaves the state as it was but for lastError; trigger never throws.
     try {
         std::visit(
             [this](auto& c) {
@@ -81,11 +82,7 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 } else if constexpr (std::is_same_v<T, in::AddMessage>) {
                     sendFlow_.sendMessage(c.text, true, state().contextMode, state().stringContext);
                 } else if constexpr (std::is_same_v<T, in::DeleteMessage>) {
-                    try {
-                        store.deleteMessage(c.messageId);
-                    } catch (const std::exception& error) {
-                        log(std::string("Cannot delete the message: ") + error.what());
-                    }
+                    store.deleteMessage(c.messageId);
                     updateState([&](ChatDetailState& s) {
                         std::erase_if(s.messages,
                                       [&](const Message& m) { return m.id == c.messageId; });
@@ -226,7 +223,9 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
             },
             input);
     } catch (const std::exception& error) {
-        log(std::string("ChatDetailViewModel: ") + error.what());
+        // Where the user is shown a failed input: the state as it was, and
+        // the error's words.
+        showError(error);
     }
 }
 
@@ -250,25 +249,20 @@ void ChatDetailViewModel::applyIndexingUpdate(const IndexingUpdate& update) {
     });
 }
 
+void ChatDetailViewModel::showError(const std::exception& error) {
+    updateState([&](ChatDetailState& s) { s.lastError = errorText(error); });
+}
+
 void ChatDetailViewModel::sync() {
     int64_t lastId = 0;
     for (const auto& message : state().messages) lastId = std::max(lastId, message.id);
-    std::vector<Message> newer;
-    try {
-        newer = services_.chatService.getMessages(conversation_.id, lastId);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot read the chat's messages: ") + error.what());
-    }
+    const std::vector<Message> newer = services_.chatService.getMessages(conversation_.id, lastId);
     updateState([&](ChatDetailState& s) {
         s.messages.insert(s.messages.end(), newer.begin(), newer.end());
     });
     if (isRetiredModel(conversation_.model)) {
-        try {
-            services_.chatService.updateModel(conversation_.id, "gpt-3.5-turbo");
-            updateConversation([](Conversation& c) { c.model = "gpt-3.5-turbo"; });
-        } catch (const std::exception& error) {
-            log(std::string("Cannot update the chat's model: ") + error.what());
-        }
+        services_.chatService.updateModel(conversation_.id, "gpt-3.5-turbo");
+        updateConversation([](Conversation& c) { c.model = "gpt-3.5-turbo"; });
     }
     updateState([](ChatDetailState& s) { s.loaded = true; });
 }

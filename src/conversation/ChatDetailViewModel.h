@@ -51,6 +51,7 @@ struct ChatDetailServices {
 class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, ChatDetailInput> {
   public:
     // Cheap: reads the custom model and the documents, no message, no index.
+    // A failed read shows in lastError.
     ChatDetailViewModel(ChatDetailServices services, const Conversation& conversation);
     // Stops the running work and waits for it.
     ~ChatDetailViewModel() override;
@@ -69,6 +70,8 @@ class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, Ch
     friend class ChatSearch;
 
     void sync();
+    // A failed input: its words in lastError.
+    void showError(const std::exception& error);
     void updateConversation(const std::function<void(Conversation&)>& change);
     void applyIndexingUpdate(const IndexingUpdate& update);
     void copyLastResponse();

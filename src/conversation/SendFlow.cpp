@@ -58,6 +58,10 @@ void SendFlow::refuse(const std::exception& error) {
 
 void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode contextMode,
                            std::string stringContext) {
+    if (shouldSave && content.find_first_not_of(" \t\r\n") == std::string::npos) {
+        refuse(AppChatServiceError(AppChatServiceError::Case::emptyMessage));
+        return;
+    }
     if (request_) cancelRequest();
     pruneFinishedRequests();
     content = redactSensitiveContent(content, redactionOptions(services_.preferences));
@@ -90,6 +94,7 @@ void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode
         }
     }
 
+    if (!messages.empty()) answered_ = messages.back();
     const uint64_t generation = ++requestGeneration_;
     update([&](ChatDetailState& s) {
         s.assistantState = AssistantState::thinking;
@@ -133,23 +138,37 @@ void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode
 void SendFlow::finishRequest(const RequestSink::Outcome& outcome) {
     const auto live = chat_.state().liveMessage;
     if (!live) return;
-    if (!live->content.empty()) {
-        try {
-            Message reply = *live;
-            reply.id = 0;
-            const Message stored = storeMessage(reply);
-            update([&](ChatDetailState& s) { s.messages.push_back(stored); });
-            const double cost =
-                outcome.promptCost + static_cast<double>(services_.encoder.count(stored.content)) *
-                                         tokenPrice(stored.model, stored.role);
-            chat_.conversation_.cost += cost;
-            update([&](ChatDetailState& s) { s.conversation.cost += cost; });
-            services_.chatService.addCost(chat_.conversation_.id, cost);
-        } catch (const std::exception& error) {
-            log(std::string("Cannot store the reply: ") + error.what());
-        }
-    }
     update([](ChatDetailState& s) { s.liveMessage.reset(); });
+    if (live->content.empty()) return;
+    try {
+        storeReply(*live, outcome);
+    } catch (const std::exception& error) {
+        chat_.showError(error);
+    }
+}
+
+void SendFlow::storeReply(const Message& live, const RequestSink::Outcome& outcome) {
+    // The reply goes only into the chat it was asked in: a chat removed while
+    // the answer came, and a newer one that took its id, get nothing. The
+    // message answered goes with its chat, so it tells them apart also
+    // within the second that dates them.
+    const Conversation& asked = chat_.conversation_;
+    const auto current = services_.chatService.getConversation(asked.id);
+    const auto answered = services_.chatService.getMessage(answered_.id);
+    if (!current || current->createdAt != asked.createdAt || !answered ||
+        answered->conversationId != asked.id || answered->createdAt != answered_.createdAt) {
+        throw AppChatServiceError(AppChatServiceError::Case::conversationGone);
+    }
+    Message reply = live;
+    reply.id = 0;
+    const Message stored = storeMessage(reply);
+    update([&](ChatDetailState& s) { s.messages.push_back(stored); });
+    const double cost =
+        outcome.promptCost + static_cast<double>(services_.encoder.count(stored.content)) *
+                                 tokenPrice(stored.model, stored.role);
+    services_.chatService.addCost(asked.id, cost);
+    chat_.conversation_.cost += cost;
+    update([&](ChatDetailState& s) { s.conversation.cost += cost; });
 }
 
 void SendFlow::cancelRequest() {
@@ -205,11 +224,7 @@ void SendFlow::continueGenerating() {
 }
 
 void SendFlow::updateMessageContent(int64_t id, const std::string& content, bool resend) {
-    try {
-        services_.chatService.updateMessageContent(id, content);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot store the message's text: ") + error.what());
-    }
+    services_.chatService.updateMessageContent(id, content);
     const auto& messages = chat_.state().messages;
     const auto found = std::find_if(messages.begin(), messages.end(),
                                     [id](const Message& m) { return m.id == id; });
@@ -221,27 +236,16 @@ void SendFlow::updateMessageContent(int64_t id, const std::string& content, bool
         }
     });
     if (!resend || role != "user") return;
-    try {
-        services_.chatService.deleteMessagesAfter(chat_.conversation_.id, id);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot delete the later messages: ") + error.what());
-        return;
-    }
+    services_.chatService.deleteMessagesAfter(chat_.conversation_.id, id);
     update([&](ChatDetailState& s) {
         std::erase_if(s.messages, [id](const Message& m) { return m.id > id; });
     });
     sendMessage(content, false, ChatContextMode::all, "");
 }
 
-bool SendFlow::setContextSince(Date since) {
-    try {
-        services_.chatService.updateContextSince(chat_.conversation_.id, since);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot change the context: ") + error.what());
-        return false;
-    }
+void SendFlow::setContextSince(Date since) {
+    services_.chatService.updateContextSince(chat_.conversation_.id, since);
     chat_.updateConversation([&](Conversation& c) { c.contextSince = since; });
-    return true;
 }
 
 void SendFlow::deleteMarkers() {
@@ -250,33 +254,19 @@ void SendFlow::deleteMarkers() {
 }
 
 void SendFlow::resetContext() {
-    if (!setContextSince(now())) return;
-    try {
-        deleteMarkers();
-        Message marker =
-            services_.chatService.insertMarker(chat_.conversation_.id, resetContextMarker);
-        update([&](ChatDetailState& s) { s.messages.push_back(std::move(marker)); });
-    } catch (const std::exception& error) {
-        log(std::string("Cannot place the context marker: ") + error.what());
-    }
+    setContextSince(now());
+    deleteMarkers();
+    Message marker = services_.chatService.insertMarker(chat_.conversation_.id, resetContextMarker);
+    update([&](ChatDetailState& s) { s.messages.push_back(std::move(marker)); });
 }
 
 void SendFlow::clearContextMarkers() {
-    if (!setContextSince(distantPast())) return;
-    try {
-        deleteMarkers();
-    } catch (const std::exception& error) {
-        log(std::string("Cannot delete the context markers: ") + error.what());
-    }
+    setContextSince(distantPast());
+    deleteMarkers();
 }
 
 void SendFlow::deleteAllMessages() {
-    try {
-        services_.chatService.deleteMessagesAfter(chat_.conversation_.id, 0);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot delete the messages: ") + error.what());
-        return;
-    }
+    services_.chatService.deleteMessagesAfter(chat_.conversation_.id, 0);
     chat_.conversation_.messageCount = 0;
     chat_.conversation_.latestMessage.reset();
     update([](ChatDetailState& s) {

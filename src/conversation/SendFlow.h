@@ -27,7 +27,8 @@ struct ChatDetailState;
 // deleting all). It owns the requests: at most one runs, a new send cancels
 // it, and a request that a newer one replaced never writes into the newer
 // one's state. Everything here runs on the main thread; the request tasks post
-// their changes to the main queue.
+// their changes to the main queue. A store call that fails throws, and the
+// chat's view model shows it.
 class SendFlow {
   public:
     SendFlow(ChatDetailViewModel& chat, const ChatDetailServices& services);
@@ -63,11 +64,13 @@ class SendFlow {
     Message storeMessage(const Message& message);
     // A send that could not start: its words in lastError, nothing running.
     void refuse(const std::exception& error);
-    // contextSince in the store, the view model and the state; false on failure.
-    bool setContextSince(Date since);
+    // contextSince in the store, the view model and the state.
+    void setContextSince(Date since);
     void deleteMarkers();
     // Runs for the current request only (RequestSink sees to that).
     void finishRequest(const RequestSink::Outcome& outcome);
+    // Stores the reply and its cost; throws when it cannot.
+    void storeReply(const Message& live, const RequestSink::Outcome& outcome);
     void pruneFinishedRequests();
 
     ChatDetailViewModel& chat_;
@@ -75,6 +78,7 @@ class SendFlow {
     // Posted blocks hold it weakly: a block that outlives the flow does nothing.
     std::shared_ptr<SendFlow*> alive_;
     uint64_t requestGeneration_ = 0;
+    Message answered_;  // the stored message that the current request answers
     std::shared_ptr<RequestTask> request_;
     std::list<std::shared_ptr<RequestTask>> replacedRequests_;
 };

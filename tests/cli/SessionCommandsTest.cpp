@@ -93,6 +93,39 @@ TEST_F(SessionCommandsTest, ARejectedQuestionPrintsTheProvidersWordsAndFails) {
     EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr("Anything?"));
 }
 
+TEST_F(SessionCommandsTest, AStreamThatDoesNotEndWellFailsAndKeepsWhatCame) {
+    const auto script = [](std::string partial, std::string ending) {
+        test::ChatScript chat;
+        chat.events = {test::contentEvent(partial), ending};
+        return chat;
+    };
+    test::ChatScript plain;
+    plain.events = {
+        R"({"id":"c","object":"chat.completion","choices":[{"index":0,"message":{"role":"assistant","content":"Whole"}}]})"};
+    test::serveChatScripts(
+        server,
+        {script("Partial answer", "data: {\"error\":{\"message\":\"Quota exceeded.\"}}\n\n"),
+         script("Half an answer", R"(data: {"choices":[{"delta":{"content":"and)"), plain});
+    const std::vector<std::tuple<const char*, std::string, std::string>> cases = {
+        {"an error event",
+         "Sorry, OpenAI has rejected your request. Here is the error message from OpenAI: Quota "
+         "exceeded.",
+         "Partial answer"},
+        {"a body cut inside an event", "The answer was cut off", "Half an answer"},
+        {"a plain answer", "instead of a stream", ""},
+    };
+    for (const auto& [name, words, kept] : cases) {
+        SCOPED_TRACE(name);
+        const auto asked = cli({"ask", chatId, std::string("Question on ") + name});
+        EXPECT_EQ(asked.exitCode, 1);
+        EXPECT_THAT(asked.err, HasSubstr(words));
+        if (!kept.empty()) EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr(kept));
+    }
+    const auto empty = cli({"ask", chatId, " "});
+    EXPECT_EQ(empty.exitCode, 1);
+    EXPECT_THAT(empty.err, HasSubstr("The message cannot be empty."));
+}
+
 TEST_F(SessionCommandsTest, RegenerateAndEditSendTheQuestionAgain) {
     test::serveChatScripts(server, {test::textScript({"First"}), test::textScript({"Second"}),
                                     test::textScript({"Third"})});
