@@ -6,6 +6,7 @@
 #include "chat/AppChatServiceError.h"
 #include "providers/OpenAI.h"
 #include "providers/OpenAISettings.h"
+#include "providers/ProviderConfigurationError.h"
 #include "providers/TokenHelper.h"
 #include "store/AppPreferences.h"
 
@@ -22,6 +23,25 @@ bool chatCanUse(std::string_view provider) {
     return std::find(providers.begin(), providers.end(), provider) != providers.end();
 }
 
+// A provider's configuration, its failure in the chat service's words.
+template <typename Make>
+Configuration configured(Make make) {
+    try {
+        return make();
+    } catch (const ProviderConfigurationError& error) {
+        using Case = ProviderConfigurationError::Case;
+        switch (error.errorCase()) {
+            case Case::unusableSettings:
+                throw AppChatServiceError(AppChatServiceError::Case::initError);
+            case Case::apiKeyMissing:
+                throw AppChatServiceError(AppChatServiceError::Case::apiKeyMissing);
+            case Case::unsupportedProvider:
+                throw AppChatServiceError(AppChatServiceError::Case::unsupportedApiProvider);
+        }
+        throw;
+    }
+}
+
 }  // namespace
 
 ClientRouter::ClientRouter(const AppPreferences& preferences, CustomModelHelper customModels,
@@ -36,8 +56,9 @@ std::shared_ptr<OpenAI> ClientRouter::builtInClient(bool requireKey) {
     if (auto found = openAIClients_.find(0); found != openAIClients_.end()) return found->second;
     const OpenAISettings settings{preferences_.customHost(), preferences_.organizationIdentifier(),
                                   preferences_.openAIKey()};
-    const Configuration configuration =
-        requireKey ? defaultClientConfiguration(settings) : builtInConfiguration(settings);
+    const Configuration configuration = configured([&] {
+        return requireKey ? defaultClientConfiguration(settings) : builtInConfiguration(settings);
+    });
     auto client = std::make_shared<OpenAI>(makeHttpClient_(), configuration);
     openAIClients_[0] = client;
     return client;
@@ -69,7 +90,8 @@ ClientRouter::Route ClientRouter::resolveClient(const Conversation& conversation
     if (!chatCanUse(custom->provider)) {
         throw AppChatServiceError(AppChatServiceError::Case::unsupportedApiProvider);
     }
-    route.client = std::make_shared<OpenAI>(makeHttpClient_(), customModelConfiguration(*custom));
+    route.client = std::make_shared<OpenAI>(
+        makeHttpClient_(), configured([&] { return customModelConfiguration(*custom); }));
     if (custom->provider == "MistralAI") {
         route.contextLength = 8000;
     } else if (custom->provider == "Ollama" || custom->provider == "LocalAI") {

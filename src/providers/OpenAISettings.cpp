@@ -3,7 +3,7 @@
 #include <cctype>
 #include <optional>
 
-#include "chat/AppChatServiceError.h"
+#include "providers/ProviderConfigurationError.h"
 #include "providers/URLText.h"
 
 namespace folvane {
@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::string_view chatCompletionsPath = "/chat/completions";
 
-[[noreturn]] void fail(AppChatServiceError::Case errorCase) {
-    throw AppChatServiceError(errorCase);
+[[noreturn]] void fail(ProviderConfigurationError::Case errorCase) {
+    throw ProviderConfigurationError(errorCase);
 }
 
 // The value of the last entry whose key is exactly "api-key".
@@ -64,9 +64,10 @@ Configuration customConfiguration(std::string token, std::string baseURL, std::s
 // Azure and LocalAI: the endpoint split at its first "/chat/completions".
 Configuration splitEndpoint(const CustomModel& model, std::string token) {
     size_t split = model.apiEndpoint.find(chatCompletionsPath);
-    if (split == std::string::npos || split == 0) fail(AppChatServiceError::Case::initError);
+    if (split == std::string::npos || split == 0)
+        fail(ProviderConfigurationError::Case::unusableSettings);
     std::string base = model.apiEndpoint.substr(0, split);
-    if (!isValidURL(base)) fail(AppChatServiceError::Case::initError);
+    if (!isValidURL(base)) fail(ProviderConfigurationError::Case::unusableSettings);
     return customConfiguration(std::move(token), base, model.apiEndpoint.substr(split),
                                allEntries(model));
 }
@@ -74,7 +75,7 @@ Configuration splitEndpoint(const CustomModel& model, std::string token) {
 std::string requiredHeaderToken(const CustomModel& model) {
     auto token = headerToken(model);
     if (!model.headers || model.headers->empty() || !token) {
-        fail(AppChatServiceError::Case::initError);
+        fail(ProviderConfigurationError::Case::unusableSettings);
     }
     return *token;
 }
@@ -93,7 +94,7 @@ Configuration builtInConfiguration(const OpenAISettings& settings) {
 }
 
 Configuration defaultClientConfiguration(const OpenAISettings& settings) {
-    if (settings.apiKey.empty()) fail(AppChatServiceError::Case::apiKeyMissing);
+    if (settings.apiKey.empty()) fail(ProviderConfigurationError::Case::apiKeyMissing);
     return builtInConfiguration(settings);
 }
 
@@ -105,8 +106,8 @@ Configuration customModelConfiguration(const CustomModel& model) {
     bool knownProvider = provider == "OpenRouter" || provider == "MistralAI" ||
                          provider == "PerplexityAI" || provider == "TogetherAI" ||
                          provider == "Groq" || provider == "Ollama";
-    if (!knownProvider) fail(AppChatServiceError::Case::unsupportedApiProvider);
-    if (!isValidURL(model.apiEndpoint)) fail(AppChatServiceError::Case::initError);
+    if (!knownProvider) fail(ProviderConfigurationError::Case::unsupportedProvider);
+    if (!isValidURL(model.apiEndpoint)) fail(ProviderConfigurationError::Case::unusableSettings);
 
     if (provider == "OpenRouter" || provider == "MistralAI") {
         auto headers = allEntries(model);

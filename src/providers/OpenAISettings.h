@@ -27,12 +27,13 @@ inline constexpr const char* productTitle = "Folvane";
 Configuration builtInConfiguration(const OpenAISettings& settings);
 
 // The same for the default client of speech and transcription; throws
-// AppChatServiceError apiKeyMissing when the key is empty.
+// ProviderConfigurationError apiKeyMissing when the key is empty.
 Configuration defaultClientConfiguration(const OpenAISettings& settings);
 
 // The configuration of a custom model, by its provider. Throws
-// AppChatServiceError initError for an endpoint or key it cannot use, and
-// unsupportedApiProvider for a provider this client does not speak.
+// ProviderConfigurationError unusableSettings for an endpoint or key it
+// cannot use, and unsupportedProvider for a provider this client does not
+// speak.
 Configuration customModelConfiguration(const CustomModel& model);
 
 }  // namespace folvane

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "chat/AppChatServiceError.h"
 #include "providers/OpenAISettings.h"
+#include "providers/ProviderConfigurationError.h"
 
 namespace folvane {
 namespace {
@@ -108,44 +108,45 @@ TEST(ProviderConfigurationTest, EachProviderRow) {
 }
 
 TEST(ProviderConfigurationTest, Failures) {
-    using Case = AppChatServiceError::Case;
+    using Case = ProviderConfigurationError::Case;
     const Entries noKey = std::vector<CustomModelHeaderEntry>{{"Authorization", "x"}};
     const Entries empty = std::vector<CustomModelHeaderEntry>{};
     const std::vector<std::tuple<const char*, CustomModel, Case>> cases = {
         {"Azure without the path", model("AzureOpenAI", "https://a.example/v1", keyed),
-         Case::initError},
+         Case::unusableSettings},
         {"Azure with the path in another case",
-         model("AzureOpenAI", "https://a.example/Chat/Completions", keyed), Case::initError},
+         model("AzureOpenAI", "https://a.example/Chat/Completions", keyed), Case::unusableSettings},
         {"Azure with nothing before the path", model("AzureOpenAI", "/chat/completions", keyed),
-         Case::initError},
+         Case::unusableSettings},
         {"Azure with a base that does not parse",
-         model("AzureOpenAI", "https://a b/chat/completions", keyed), Case::initError},
+         model("AzureOpenAI", "https://a b/chat/completions", keyed), Case::unusableSettings},
         {"LocalAI without the path", model("LocalAI", "http://127.0.0.1:8080", keyed),
-         Case::initError},
+         Case::unusableSettings},
         {"Ollama with an endpoint that does not parse", model("Ollama", "http://local host", {}),
-         Case::initError},
-        {"Ollama with an empty endpoint", model("Ollama", "", {}), Case::initError},
+         Case::unusableSettings},
+        {"Ollama with an empty endpoint", model("Ollama", "", {}), Case::unusableSettings},
         {"OpenRouter without headers", model("OpenRouter", "https://o.example", std::nullopt),
-         Case::initError},
+         Case::unusableSettings},
         {"Mistral with empty headers", model("MistralAI", "https://m.example", empty),
-         Case::initError},
+         Case::unusableSettings},
         {"Perplexity without api-key", model("PerplexityAI", "https://p.example", noKey),
-         Case::initError},
+         Case::unusableSettings},
         {"Together with a key of another case",
          model("TogetherAI", "https://t.example",
                std::vector<CustomModelHeaderEntry>{{"API-KEY", "test-key"}}),
-         Case::initError},
-        {"Groq without headers", model("Groq", "https://g.example", std::nullopt), Case::initError},
+         Case::unusableSettings},
+        {"Groq without headers", model("Groq", "https://g.example", std::nullopt),
+         Case::unusableSettings},
         {"Anthropic is another client", model("Anthropic", "https://x.example", keyed),
-         Case::unsupportedApiProvider},
+         Case::unsupportedProvider},
         {"an unknown provider", model("Nonsense", "https://x.example", keyed),
-         Case::unsupportedApiProvider},
+         Case::unsupportedProvider},
     };
     for (const auto& [name, custom, expected] : cases) {
         try {
             customModelConfiguration(custom);
             ADD_FAILURE() << name;
-        } catch (const AppChatServiceError& e) {
+        } catch (const ProviderConfigurationError& e) {
             EXPECT_EQ(e.errorCase(), expected) << name;
         }
     }
@@ -167,8 +168,8 @@ TEST(ProviderConfigurationTest, BuiltInRoute) {
     try {
         defaultClientConfiguration({"", "", ""});
         ADD_FAILURE();
-    } catch (const AppChatServiceError& e) {
-        EXPECT_EQ(e.errorCase(), AppChatServiceError::Case::apiKeyMissing);
+    } catch (const ProviderConfigurationError& e) {
+        EXPECT_EQ(e.errorCase(), ProviderConfigurationError::Case::apiKeyMissing);
     }
     EXPECT_EQ(defaultClientConfiguration({"", "", "test-key"}).token, "test-key");
 }
