@@ -43,7 +43,8 @@ AppChatService::~AppChatService() = default;
 
 std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
                                                       AppPreferences& preferences,
-                                                      const PdfPageCounter& pageCounter) {
+                                                      const PdfPageCounter& pageCounter,
+                                                      std::shared_ptr<HttpClient> http) {
     std::shared_ptr<SqliteConnection> db;
     try {
         db = AppDatabase(paths, preferences, pageCounter).connect();
@@ -53,9 +54,10 @@ std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
         log(error.what());
         throw FatalError("Failed to connect to db.sqlite3");
     }
-    auto service = std::make_unique<AppChatService>(std::move(db), preferences);
+    if (!http) http = std::make_shared<CurlHttpClient>();
+    auto service = std::make_unique<AppChatService>(std::move(db), preferences, http, nullptr);
     service->configureEmbeddings({std::filesystem::path(paths.dataDirectory) / "models",
-                                  paths.resourceDirectory, nullptr, nullptr});
+                                  paths.resourceDirectory, http, nullptr});
     service->resourceDirectory_ = paths.resourceDirectory;
     return service;
 }

@@ -37,9 +37,11 @@ class AppChatService final : public ChatService {
 
     // The start of the service: opens the database through AppDatabase. A
     // store the program cannot run without throws FatalError with the message
-    // the user is shown.
+    // the user is shown. Every wire client and the remote embedder share http
+    // (a curl client when none is given).
     static std::unique_ptr<AppChatService> start(const AppPaths& paths, AppPreferences& preferences,
-                                                 const PdfPageCounter& pageCounter);
+                                                 const PdfPageCounter& pageCounter,
+                                                 std::shared_ptr<HttpClient> http = nullptr);
 
     // Takes an open, migrated connection. The chat requests go through one
     // CurlHttpClient and count tokens with an encoder read on first use from

@@ -48,37 +48,10 @@ class InterruptGuard {
 }  // namespace
 
 ChatSession::ChatSession(CliContext& context, int64_t chatId) : context_(context) {
-    AppChatService& service = context.service();
-    AppPreferences& preferences = context.preferences();
-    const auto conversation = service.getConversation(chatId);
+    const auto conversation = context.service().getConversation(chatId);
     if (!conversation)
         throw std::runtime_error("No chat has the id " + std::to_string(chatId) + ".");
-    ChatDetailServices services{
-        .chatService = service,
-        .preferences = preferences,
-        .mainQueue = queue_,
-        .encoder = service.encoder(),
-        .makeIndexer =
-            [this, &service, &preferences](const Conversation& chat,
-                                           ChatIndexer::Listener listener) {
-                EmbedderSource embedders{[&service] { return service.loadLocalEmbeddingModel(); },
-                                         [&service](EmbeddingModelType type) {
-                                             return service.remoteEmbeddingModel(type);
-                                         }};
-                return std::make_unique<ChatIndexer>(
-                    chat,
-                    ChatIndexerDependencies{service,
-                                            preferences,
-                                            std::move(embedders),
-                                            fileTags_,
-                                            context_.paths().resourceDirectory,
-                                            {}},
-                    std::move(listener));
-            },
-        .localEmbedder = [&service] { return service.loadLocalEmbeddingModel(); },
-        .clipboard = nullptr,
-    };
-    viewModel_ = std::make_unique<ChatDetailViewModel>(std::move(services), *conversation);
+    viewModel_ = context.core().makeChatDetail(*conversation, queue_);
 }
 
 ChatSession::~ChatSession() {

@@ -5,9 +5,8 @@
 #include <functional>
 #include <memory>
 
-#include "runtime/BlockingMainQueue.h"
 #include "conversation/ChatDetailViewModel.h"
-#include "platform/XattrFileTagStore.h"
+#include "runtime/BlockingMainQueue.h"
 
 namespace folvane {
 
@@ -45,7 +44,6 @@ class ChatSession {
   private:
     CliContext& context_;
     BlockingMainQueue queue_;
-    XattrFileTagStore fileTags_;
     std::unique_ptr<ChatDetailViewModel> viewModel_;
 };
 

@@ -8,13 +8,10 @@
 namespace folvane {
 
 CliChatList::CliChatList(CliContext& context) : context_(context) {
-    AppChatService& service = context_.service();
-    AppPreferences& preferences = context_.preferences();
     list_ = std::make_unique<ChatListViewModel>(
-        service, [this, &service, &preferences](const Conversation& conversation) {
-            ChatDetailServices services{service, preferences, mainQueue_, service.encoder(),
-                                        {},      {},          nullptr};
-            return std::make_shared<ChatDetailViewModel>(std::move(services), conversation);
+        context_.service(), [this](const Conversation& conversation) {
+            return std::shared_ptr<ChatDetailViewModel>(
+                context_.core().makeChatDetail(conversation, mainQueue_));
         });
     list_->trigger(chat_list_input::Sync{});
     mainQueue_.drain();

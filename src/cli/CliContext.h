@@ -6,13 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "conversation/AppCore.h"
 #include "platform/AppPaths.h"
+#include "runtime/BlockingMainQueue.h"
 
 namespace folvane {
 
 class AppPreferences;
 class AppChatService;
-class PdfPageCounter;
 
 // Bad arguments on the command line; what() is the message for the user.
 class UsageError : public std::runtime_error {
@@ -20,28 +21,28 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// What a subcommand works with: the program's paths, its two output streams and
-// the shared objects, each made on first use (so `settings` never opens the
-// database).
+// What a subcommand works with: its two output streams, the main queue the
+// command line runs itself, and the core that makes everything else, each
+// shared object on first use (so `settings` never opens the database).
 class CliContext {
   public:
     CliContext(AppPaths paths, std::ostream& out, std::ostream& err);
     ~CliContext();
 
-    const AppPaths& paths() const { return paths_; }
     std::ostream& out() { return out_; }
     std::ostream& err() { return err_; }
+    BlockingMainQueue& mainQueue() { return mainQueue_; }
+    AppCore& core() { return *core_; }
 
-    AppPreferences& preferences();
-    AppChatService& service();
+    const AppPaths& paths() const { return core_->paths(); }
+    AppPreferences& preferences() { return core_->preferences(); }
+    AppChatService& service() { return core_->service(); }
 
   private:
-    AppPaths paths_;
     std::ostream& out_;
     std::ostream& err_;
-    std::unique_ptr<AppPreferences> preferences_;
-    std::unique_ptr<PdfPageCounter> pageCounter_;
-    std::unique_ptr<AppChatService> service_;
+    BlockingMainQueue mainQueue_;
+    std::unique_ptr<AppCore> core_;
 };
 
 using CliArguments = std::vector<std::string>;

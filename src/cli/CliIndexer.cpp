@@ -21,18 +21,8 @@ CliIndexer::CliIndexer(CliContext& context, int64_t chatId)
     if (!conversation) {
         throw std::runtime_error("No chat has the id " + std::to_string(chatId) + ".");
     }
-    EmbedderSource embedders{
-        [&service] { return service.loadLocalEmbeddingModel(); },
-        [&service](EmbeddingModelType type) { return service.remoteEmbeddingModel(type); }};
-    indexer_ =
-        std::make_unique<ChatIndexer>(*conversation,
-                                      ChatIndexerDependencies{service,
-                                                              context.preferences(),
-                                                              std::move(embedders),
-                                                              fileTags_,
-                                                              context.paths().resourceDirectory,
-                                                              {}},
-                                      [this](const IndexingUpdate& update) { onUpdate(update); });
+    indexer_ = context.core().makeIndexer(
+        *conversation, [this](const IndexingUpdate& update) { onUpdate(update); });
 }
 
 CliIndexer::~CliIndexer() {

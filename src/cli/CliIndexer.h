@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "documents/ChatIndexer.h"
-#include "platform/XattrFileTagStore.h"
 
 namespace folvane {
 
@@ -46,7 +45,6 @@ class CliIndexer {
     void endBar();
 
     CliContext& context_;
-    XattrFileTagStore fileTags_;
     std::chrono::steady_clock::time_point start_;
     mutable std::mutex mutex_;
     std::map<int64_t, IndexingState> documentStates_;

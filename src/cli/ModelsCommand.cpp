@@ -259,7 +259,8 @@ int runModelsCommand(CliContext& context, const CliArguments& arguments) {
     const std::string action = arguments.front();
     const CliArguments rest(arguments.begin() + 1, arguments.end());
 
-    CustomModelListViewModel list(context.service(), context.preferences());
+    const auto made = context.core().makeCustomModelList();
+    CustomModelListViewModel& list = *made;
     list.trigger(list_input::Sync{});
     if (const auto& alert = list.state().alert) throw std::runtime_error(*alert);
     if (action == "list") return listModels(context, list, rest);

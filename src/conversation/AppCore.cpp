@@ -1,0 +1,110 @@
+#include "conversation/AppCore.h"
+
+#include "chat/AppChatService.h"
+#include "conversation/ChatListViewModel.h"
+#include "conversation/CustomModelListViewModel.h"
+#include "conversation/FirstStartStep.h"
+#include "platform/CurlHttpClient.h"
+#include "platform/Log.h"
+#include "platform/MuPdfPageCounter.h"
+#include "platform/XattrFileTagStore.h"
+#include "store/AppPreferences.h"
+#include "store/SettingsError.h"
+
+namespace folvane {
+
+AppCore::AppCore(AppPaths paths, MainQueue& mainQueue)
+    : paths_(std::move(paths)), mainQueue_(mainQueue) {}
+
+AppCore::~AppCore() {
+    // The chats stop their work before the service and the settings go.
+    chatList_.reset();
+}
+
+AppPreferences& AppCore::preferences() {
+    if (!preferences_) {
+        preferences_ = AppPreferences::open(paths_.configDirectory);
+        try {
+            FirstStartStep::run(*preferences_);
+        } catch (const SettingsError& error) {
+            // Settings that cannot be written keep their defaults for this
+            // run; the step runs again at the next start.
+            log(error.what());
+        }
+    }
+    return *preferences_;
+}
+
+std::shared_ptr<HttpClient> AppCore::http() {
+    if (!http_) http_ = std::make_shared<CurlHttpClient>();
+    return http_;
+}
+
+const PdfPageCounter& AppCore::pageCounter() {
+    if (!pageCounter_) pageCounter_ = std::make_unique<MuPdfPageCounter>();
+    return *pageCounter_;
+}
+
+const FileTagStore& AppCore::fileTags() {
+    if (!fileTags_) fileTags_ = std::make_unique<XattrFileTagStore>();
+    return *fileTags_;
+}
+
+AppChatService& AppCore::service() {
+    if (!service_) service_ = AppChatService::start(paths_, preferences(), pageCounter(), http());
+    return *service_;
+}
+
+ChatListViewModel& AppCore::chatList() {
+    if (!chatList_) {
+        chatList_ = std::make_unique<ChatListViewModel>(
+            service(), [this](const Conversation& conversation) {
+                return std::shared_ptr<ChatDetailViewModel>(
+                    makeChatDetail(conversation, mainQueue_));
+            });
+    }
+    return *chatList_;
+}
+
+ChatDetailServices AppCore::chatDetailServices(MainQueue& mainQueue) {
+    AppChatService& chatService = service();
+    return ChatDetailServices{
+        .chatService = chatService,
+        .preferences = preferences(),
+        .mainQueue = mainQueue,
+        .encoder = chatService.encoder(),
+        .makeIndexer =
+            [this](const Conversation& conversation, ChatIndexer::Listener listener) {
+                return makeIndexer(conversation, std::move(listener));
+            },
+        .localEmbedder = [&chatService] { return chatService.loadLocalEmbeddingModel(); },
+        .clipboard = nullptr,
+    };
+}
+
+std::unique_ptr<ChatDetailViewModel> AppCore::makeChatDetail(const Conversation& conversation,
+                                                             MainQueue& mainQueue) {
+    return std::make_unique<ChatDetailViewModel>(chatDetailServices(mainQueue), conversation);
+}
+
+std::unique_ptr<ChatIndexer> AppCore::makeIndexer(const Conversation& conversation,
+                                                  ChatIndexer::Listener listener) {
+    AppChatService& chatService = service();
+    EmbedderSource embedders{
+        [&chatService] { return chatService.loadLocalEmbeddingModel(); },
+        [&chatService](EmbeddingModelType type) { return chatService.remoteEmbeddingModel(type); }};
+    return std::make_unique<ChatIndexer>(conversation,
+                                         ChatIndexerDependencies{chatService,
+                                                                 preferences(),
+                                                                 std::move(embedders),
+                                                                 fileTags(),
+                                                                 paths_.resourceDirectory,
+                                                                 {}},
+                                         std::move(listener));
+}
+
+std::unique_ptr<CustomModelListViewModel> AppCore::makeCustomModelList() {
+    return std::make_unique<CustomModelListViewModel>(service(), preferences());
+}
+
+}  // namespace folvane

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <memory>
+
+#include "conversation/ChatDetailViewModel.h"
+#include "platform/AppPaths.h"
+
+namespace folvane {
+
+class AppChatService;
+class AppPreferences;
+class ChatListViewModel;
+class CustomModelListViewModel;
+class FileTagStore;
+class HttpClient;
+class MainQueue;
+class PdfPageCounter;
+
+// The root of the core's object graph. A front end's main makes one over the
+// program's paths and its main queue, and takes from it the shared objects and
+// the view models; no front end wires the core by hand.
+//
+// It makes, each once and on first use (so a command that only reads the
+// settings never opens the database): the settings (and runs the first-start
+// step with them), the one HTTP client that every wire client and the remote
+// embedder share, the chat service over the database, the page counter, the
+// file-tag store, and the chat list. Used from the main thread.
+class AppCore {
+  public:
+    AppCore(AppPaths paths, MainQueue& mainQueue);
+    ~AppCore();
+    AppCore(const AppCore&) = delete;
+    AppCore& operator=(const AppCore&) = delete;
+
+    const AppPaths& paths() const { return paths_; }
+    MainQueue& mainQueue() { return mainQueue_; }
+
+    AppPreferences& preferences();
+    // Opens the database at the first call; throws FatalError when the store
+    // cannot be opened at all.
+    AppChatService& service();
+    std::shared_ptr<HttpClient> http();
+    const PdfPageCounter& pageCounter();
+    const FileTagStore& fileTags();
+
+    // The list of every chat, synced by its owner. Its chats' view models run
+    // on the core's main queue.
+    ChatListViewModel& chatList();
+    // What a chat's view model works with, its indexer factory wired, posting
+    // to the given main queue.
+    ChatDetailServices chatDetailServices(MainQueue& mainQueue);
+    std::unique_ptr<ChatDetailViewModel> makeChatDetail(const Conversation& conversation,
+                                                        MainQueue& mainQueue);
+    // A chat's indexer on the shared embedders and file tags.
+    std::unique_ptr<ChatIndexer> makeIndexer(const Conversation& conversation,
+                                             ChatIndexer::Listener listener);
+    std::unique_ptr<CustomModelListViewModel> makeCustomModelList();
+
+  private:
+    AppPaths paths_;
+    MainQueue& mainQueue_;
+    std::unique_ptr<AppPreferences> preferences_;
+    std::shared_ptr<HttpClient> http_;
+    std::unique_ptr<PdfPageCounter> pageCounter_;
+    std::unique_ptr<FileTagStore> fileTags_;
+    std::unique_ptr<AppChatService> service_;
+    // Last: its chats hold the service and the settings.
+    std::unique_ptr<ChatListViewModel> chatList_;
+};
+
+}  // namespace folvane
