@@ -11,12 +11,12 @@
 #include "chat/ChatService.h"
 #include "chat/EmbeddingModels.h"
 #include "store/BookmarkModel.h"
-#include "store/ConversationModel.h"
+#include "store/ConversationTable.h"
 #include "store/CustomModelHelper.h"
 #include "store/CustomModelSecrets.h"
 #include "store/EmbeddingModel.h"
-#include "store/MessageModel.h"
-#include "store/PromptModel.h"
+#include "store/MessageTable.h"
+#include "store/PromptTable.h"
 #include "store/SqliteConnection.h"
 
 namespace folvane {
@@ -140,13 +140,13 @@ class AppChatService final : public ChatService {
   private:
     std::shared_ptr<SqliteConnection> db_;
     AppPreferences& preferences_;
-    MessageModel messageTable_;
-    ConversationModel conversationTable_;
+    MessageTable messageTable_;
+    ConversationTable conversationTable_;
     BookmarkModel bookmarkTable_;
     EmbeddingModel embeddingTable_;
     CustomModelHelper customModelHelper_;
     CustomModelSecrets customModelSecrets_;
-    PromptModel promptTable_;
+    PromptTable promptTable_;
     std::unique_ptr<EmbeddingModels> embeddingModels_ =
         std::make_unique<EmbeddingModels>(preferences_, EmbeddingModels::Setup{});
     std::atomic<EmbeddingModelState> embeddingLoadState_{EmbeddingModelState::none};

@@ -53,7 +53,7 @@ class ChatListViewModelTest : public ::testing::Test {
         Conversation conversation;
         conversation.title = title;
         conversation.bookmarkId = 1;
-        const int64_t id = ConversationModel(db).insert(conversation);
+        const int64_t id = ConversationTable(db).insert(conversation);
         // Each later than the one before, and than the demo chat.
         service.updateUpdatedAt(id, now() + std::chrono::hours(++chatsMade));
         return id;

@@ -4,11 +4,11 @@
 #include <functional>
 
 #include "store/BookmarkModel.h"
-#include "store/ConversationModel.h"
+#include "store/ConversationTable.h"
 #include "store/CustomModelHelper.h"
 #include "store/EmbeddingModel.h"
-#include "store/MessageModel.h"
-#include "store/PromptModel.h"
+#include "store/MessageTable.h"
+#include "store/PromptTable.h"
 #include "support/ReadOnlyPath.h"
 #include "support/TempDir.h"
 #include "support/TestDatabase.h"
@@ -20,11 +20,11 @@ class TableModelsTest : public ::testing::Test {
   protected:
     test::TempDir dir;
     std::shared_ptr<SqliteConnection> db = test::makeDatabase(dir / "db.sqlite3");
-    ConversationModel conversations{db};
-    MessageModel messages{db};
+    ConversationTable conversations{db};
+    MessageTable messages{db};
     BookmarkModel bookmarks{db};
     EmbeddingModel embeddings{db};
-    PromptModel prompts{db};
+    PromptTable prompts{db};
     CustomModelHelper customModels{db};
 
     std::string column(const std::string& sql) {
@@ -331,7 +331,7 @@ TEST(TableModelsWriteFailureTest, AWriteTheDiskRefusesThrowsTheCause) {
             pages.step();
             db->execute("PRAGMA max_page_count = " + std::to_string(pages.int64(0)));
         }
-        ConversationModel conversations{db};
+        ConversationTable conversations{db};
         Conversation chat;
         chat.title = std::string(8192, 't');
         chat.bookmarkId = 1;

@@ -12,9 +12,9 @@
 namespace folvane {
 
 // The table `messages`.
-class MessageModel {
+class MessageTable {
   public:
-    explicit MessageModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
+    explicit MessageTable(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // The chat's messages with an id above afterId, oldest first. A failure is
     // logged and the rows read so far are returned.

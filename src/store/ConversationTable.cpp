@@ -1,4 +1,4 @@
-#include "store/ConversationModel.h"
+#include "store/ConversationTable.h"
 
 #include "platform/Log.h"
 #include "store/JsonText.h"
@@ -56,7 +56,7 @@ std::string idsJson(const std::vector<int64_t>& ids) {
 
 }  // namespace
 
-std::vector<Conversation> ConversationModel::getAll(int64_t afterId) const {
+std::vector<Conversation> ConversationTable::getAll(int64_t afterId) const {
     std::vector<Conversation> result;
     try {
         auto query =
@@ -64,19 +64,19 @@ std::vector<Conversation> ConversationModel::getAll(int64_t afterId) const {
         query.bind(afterId);
         while (query.step()) result.push_back(readConversation(query));
     } catch (const std::exception& error) {
-        log(std::string("ConversationModel.getAll failed: ") + error.what());
+        log(std::string("ConversationTable.getAll failed: ") + error.what());
     }
     return result;
 }
 
-std::optional<Conversation> ConversationModel::find(int64_t id) const {
+std::optional<Conversation> ConversationTable::find(int64_t id) const {
     auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readConversation(query);
 }
 
-std::optional<Conversation> ConversationModel::findLatest(int64_t bookmarkId) const {
+std::optional<Conversation> ConversationTable::findLatest(int64_t bookmarkId) const {
     auto query = db_->prepare(std::string(selectColumns) +
                               "WHERE bookmarkId = ? ORDER BY createdAt DESC, id DESC LIMIT 1");
     query.bind(bookmarkId);
@@ -84,7 +84,7 @@ std::optional<Conversation> ConversationModel::findLatest(int64_t bookmarkId) co
     return readConversation(query);
 }
 
-int64_t ConversationModel::insert(const Conversation& c) const {
+int64_t ConversationTable::insert(const Conversation& c) const {
     auto statement = db_->prepare(
         "INSERT INTO conversations (title, bookmarkId, extraBookmarkIds, model, temperature, "
         "languageCode, useWebSearch, isDemo, latestMessage, customModelId, contextLimit, "
@@ -96,7 +96,7 @@ int64_t ConversationModel::insert(const Conversation& c) const {
     return statement.insertedRowId();
 }
 
-void ConversationModel::remove(int64_t id) const {
+void ConversationTable::remove(int64_t id) const {
     db_->transaction([&] {
         db_->prepare("DELETE FROM conversations WHERE id = ?").bind(id).run();
         db_->prepare("DELETE FROM messages WHERE conversationId = ?").bind(id).run();
@@ -104,47 +104,47 @@ void ConversationModel::remove(int64_t id) const {
 }
 
 template <typename Value>
-void ConversationModel::updateColumn(int64_t id, const char* column, const Value& value) const {
+void ConversationTable::updateColumn(int64_t id, const char* column, const Value& value) const {
     db_->prepare(std::string("UPDATE conversations SET ") + column + " = ? WHERE id = ?")
         .bind(value, id)
         .run();
 }
 
-void ConversationModel::updateTitle(int64_t id, const std::string& title) const {
+void ConversationTable::updateTitle(int64_t id, const std::string& title) const {
     updateColumn(id, "title", title);
 }
-void ConversationModel::updateTemperature(int64_t id, double temperature) const {
+void ConversationTable::updateTemperature(int64_t id, double temperature) const {
     updateColumn(id, "temperature", temperature);
 }
-void ConversationModel::updateLanguageCode(int64_t id, const std::string& languageCode) const {
+void ConversationTable::updateLanguageCode(int64_t id, const std::string& languageCode) const {
     updateColumn(id, "languageCode", languageCode);
 }
-void ConversationModel::updateModel(int64_t id, const std::string& model) const {
+void ConversationTable::updateModel(int64_t id, const std::string& model) const {
     updateColumn(id, "model", model);
 }
-void ConversationModel::updateUseWebSearch(int64_t id, bool useWebSearch) const {
+void ConversationTable::updateUseWebSearch(int64_t id, bool useWebSearch) const {
     updateColumn(id, "useWebSearch", useWebSearch);
 }
-void ConversationModel::updateCustomModelId(int64_t id, int64_t customModelId) const {
+void ConversationTable::updateCustomModelId(int64_t id, int64_t customModelId) const {
     updateColumn(id, "customModelId", customModelId);
 }
-void ConversationModel::updateContextLimit(int64_t id, int contextLimit) const {
+void ConversationTable::updateContextLimit(int64_t id, int contextLimit) const {
     updateColumn(id, "contextLimit", contextLimit);
 }
-void ConversationModel::updatePresencePenalty(int64_t id, double penalty) const {
+void ConversationTable::updatePresencePenalty(int64_t id, double penalty) const {
     updateColumn(id, "presencePenalty", penalty);
 }
-void ConversationModel::updateFrequencyPenalty(int64_t id, double penalty) const {
+void ConversationTable::updateFrequencyPenalty(int64_t id, double penalty) const {
     updateColumn(id, "frequencyPenalty", penalty);
 }
-void ConversationModel::updateUpdatedAt(int64_t id, Date date) const {
+void ConversationTable::updateUpdatedAt(int64_t id, Date date) const {
     updateColumn(id, "updatedAt", formatDate(date));
 }
-void ConversationModel::updateContextSince(int64_t id, Date date) const {
+void ConversationTable::updateContextSince(int64_t id, Date date) const {
     updateColumn(id, "contextSince", formatDate(date));
 }
 
-void ConversationModel::updateSuggestedQuestions(int64_t id, const std::optional<std::string>& q1,
+void ConversationTable::updateSuggestedQuestions(int64_t id, const std::optional<std::string>& q1,
                                                  const std::optional<std::string>& q2,
                                                  const std::optional<std::string>& q3) const {
     db_->prepare(
@@ -154,29 +154,29 @@ void ConversationModel::updateSuggestedQuestions(int64_t id, const std::optional
         .run();
 }
 
-void ConversationModel::addCost(int64_t id, double amount) const {
+void ConversationTable::addCost(int64_t id, double amount) const {
     db_->prepare("UPDATE conversations SET cost = cost + ? WHERE id = ?").bind(amount, id).run();
 }
 
-void ConversationModel::writeExtraBookmarks(int64_t id, const std::vector<int64_t>& ids) const {
+void ConversationTable::writeExtraBookmarks(int64_t id, const std::vector<int64_t>& ids) const {
     updateColumn(id, "extraBookmarkIds", idsJson(ids));
 }
 
-void ConversationModel::addExtraBookmark(int64_t id, int64_t bookmarkId) const {
+void ConversationTable::addExtraBookmark(int64_t id, int64_t bookmarkId) const {
     auto conversation = find(id);
     if (!conversation) return;
     conversation->extraBookmarkIds.push_back(bookmarkId);
     writeExtraBookmarks(id, conversation->extraBookmarkIds);
 }
 
-void ConversationModel::removeExtraBookmark(int64_t id, int64_t bookmarkId) const {
+void ConversationTable::removeExtraBookmark(int64_t id, int64_t bookmarkId) const {
     auto conversation = find(id);
     if (!conversation) return;
     std::erase(conversation->extraBookmarkIds, bookmarkId);
     writeExtraBookmarks(id, conversation->extraBookmarkIds);
 }
 
-Conversation ConversationModel::fork(const Conversation& conversation,
+Conversation ConversationTable::fork(const Conversation& conversation,
                                      int64_t upToMessageId) const {
     return db_->transaction([&] {
         const int64_t newId = insert(conversation);

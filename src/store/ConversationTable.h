@@ -12,9 +12,9 @@
 namespace folvane {
 
 // The table `conversations`, and the two operations that also touch `messages`.
-class ConversationModel {
+class ConversationTable {
   public:
-    explicit ConversationModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
+    explicit ConversationTable(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // Conversations with an id above afterId, most recently updated first. A
     // failure is logged and the rows read so far are returned.

@@ -1,4 +1,4 @@
-#include "store/PromptModel.h"
+#include "store/PromptTable.h"
 
 #include "platform/Log.h"
 
@@ -20,25 +20,25 @@ Prompt readPrompt(const Statement& row) {
 
 }  // namespace
 
-std::vector<Prompt> PromptModel::getAll() const {
+std::vector<Prompt> PromptTable::getAll() const {
     std::vector<Prompt> result;
     try {
         auto query = db_->prepare(selectColumns);
         while (query.step()) result.push_back(readPrompt(query));
     } catch (const std::exception& error) {
-        log(std::string("PromptModel.getAll failed: ") + error.what());
+        log(std::string("PromptTable.getAll failed: ") + error.what());
     }
     return result;
 }
 
-std::optional<Prompt> PromptModel::find(int64_t id) const {
+std::optional<Prompt> PromptTable::find(int64_t id) const {
     auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readPrompt(query);
 }
 
-int64_t PromptModel::insert(const Prompt& p) const {
+int64_t PromptTable::insert(const Prompt& p) const {
     auto statement =
         db_->prepare("INSERT INTO prompts (name, prompt, enable, sortOrder) VALUES (?, ?, ?, ?)");
     statement.bind(p.name, p.prompt, p.enable, p.sortOrder);
@@ -46,13 +46,13 @@ int64_t PromptModel::insert(const Prompt& p) const {
     return statement.insertedRowId();
 }
 
-void PromptModel::update(int64_t id, const Prompt& p) const {
+void PromptTable::update(int64_t id, const Prompt& p) const {
     db_->prepare("UPDATE prompts SET name = ?, prompt = ?, enable = ?, sortOrder = ? WHERE id = ?")
         .bind(p.name, p.prompt, p.enable, p.sortOrder, id)
         .run();
 }
 
-void PromptModel::remove(const std::vector<int64_t>& ids) const {
+void PromptTable::remove(const std::vector<int64_t>& ids) const {
     if (ids.empty()) return;
     std::string placeholders;
     for (size_t i = 0; i < ids.size(); ++i) placeholders += i == 0 ? "?" : ", ?";

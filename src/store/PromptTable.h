@@ -11,9 +11,9 @@
 namespace folvane {
 
 // The table `prompts`. Every prompt read has the icon "💬" and was last used now.
-class PromptModel {
+class PromptTable {
   public:
-    explicit PromptModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
+    explicit PromptTable(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
     // In row order. A failure is logged and the rows read so far are returned.
     std::vector<Prompt> getAll() const;

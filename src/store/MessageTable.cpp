@@ -1,4 +1,4 @@
-#include "store/MessageModel.h"
+#include "store/MessageTable.h"
 
 #include "platform/Log.h"
 #include "store/JsonText.h"
@@ -58,7 +58,7 @@ std::optional<std::string> referencesJson(const Message& message) {
 
 }  // namespace
 
-std::vector<Message> MessageModel::getAll(int64_t conversationId, int64_t afterId) const {
+std::vector<Message> MessageTable::getAll(int64_t conversationId, int64_t afterId) const {
     std::vector<Message> result;
     try {
         auto query = db_->prepare(std::string(selectColumns) +
@@ -66,19 +66,19 @@ std::vector<Message> MessageModel::getAll(int64_t conversationId, int64_t afterI
         query.bind(conversationId, afterId);
         while (query.step()) result.push_back(readMessage(query));
     } catch (const std::exception& error) {
-        log(std::string("MessageModel.getAll failed: ") + error.what());
+        log(std::string("MessageTable.getAll failed: ") + error.what());
     }
     return result;
 }
 
-std::optional<Message> MessageModel::find(int64_t id) const {
+std::optional<Message> MessageTable::find(int64_t id) const {
     auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readMessage(query);
 }
 
-int64_t MessageModel::insert(const Message& m) const {
+int64_t MessageTable::insert(const Message& m) const {
     auto statement = db_->prepare(
         "INSERT INTO messages (conversationId, role, content, model, name, functionName, "
         "functionArguments, \"references\", contextMode, stringContext, documentContext, "
@@ -91,7 +91,7 @@ int64_t MessageModel::insert(const Message& m) const {
     return statement.insertedRowId();
 }
 
-Message MessageModel::insertMarker(int64_t conversationId, const std::string& name) const {
+Message MessageTable::insertMarker(int64_t conversationId, const std::string& name) const {
     auto statement = db_->prepare(
         "INSERT INTO messages (role, content, name, conversationId) "
         "VALUES ('application', '', ?, ?)");
@@ -103,28 +103,28 @@ Message MessageModel::insertMarker(int64_t conversationId, const std::string& na
     return *marker;
 }
 
-void MessageModel::deleteMarkers(int64_t conversationId, const std::string& name) const {
+void MessageTable::deleteMarkers(int64_t conversationId, const std::string& name) const {
     db_->prepare(
            "DELETE FROM messages WHERE role = 'application' AND name = ? AND conversationId = ?")
         .bind(name, conversationId)
         .run();
 }
 
-void MessageModel::remove(int64_t id) const {
+void MessageTable::remove(int64_t id) const {
     db_->prepare("DELETE FROM messages WHERE id = ?").bind(id).run();
 }
 
-void MessageModel::deleteAfter(int64_t conversationId, int64_t id) const {
+void MessageTable::deleteAfter(int64_t conversationId, int64_t id) const {
     db_->prepare("DELETE FROM messages WHERE conversationId = ? AND id > ?")
         .bind(conversationId, id)
         .run();
 }
 
-void MessageModel::updateContent(int64_t id, const std::string& content) const {
+void MessageTable::updateContent(int64_t id, const std::string& content) const {
     db_->prepare("UPDATE messages SET content = ? WHERE id = ?").bind(content, id).run();
 }
 
-void MessageModel::updateSpeechFile(int64_t id, const std::optional<std::string>& url) const {
+void MessageTable::updateSpeechFile(int64_t id, const std::optional<std::string>& url) const {
     db_->prepare("UPDATE messages SET speechFileURL = ? WHERE id = ?").bind(url, id).run();
 }
 
