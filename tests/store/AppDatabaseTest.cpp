@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "documents/DocumentDigest.h"
 #include "platform/FileBookmark.h"
@@ -27,42 +28,30 @@ namespace fs = std::filesystem;
 using test::TempDir;
 using ::testing::HasSubstr;
 
-const std::map<std::string, std::set<std::string>> finalSchema = {
+const std::map<std::string, std::string> finalTables = {
     {"conversations",
-     {"id",
-      "title",
-      "bookmarkId",
-      "extraBookmarkIds",
-      "model",
-      "temperature",
-      "languageCode",
-      "useWebSearch",
-      "isDemo",
-      "latestMessage",
-      "messageCount",
-      "suggestedQuestion1",
-      "suggestedQuestion2",
-      "suggestedQuestion3",
-      "cost",
-      "customModelId",
-      "contextLimit",
-      "presencePenalty",
-      "frequencyPenalty",
-      "contextSince",
-      "createdAt",
-      "updatedAt"}},
+     "id title bookmarkId extraBookmarkIds model temperature languageCode useWebSearch isDemo "
+     "latestMessage messageCount suggestedQuestion1 suggestedQuestion2 suggestedQuestion3 cost "
+     "customModelId contextLimit presencePenalty frequencyPenalty contextSince createdAt "
+     "updatedAt"},
     {"messages",
-     {"id", "conversationId", "role", "content", "model", "name", "functionName",
-      "functionArguments", "references", "contextMode", "stringContext", "documentContext",
-      "imageURLs", "speechFileURL", "createdAt", "updatedAt"}},
-    {"bookmarks",
-     {"id", "filePath", "data", "hash", "indexingStatus", "tags", "createdAt", "updatedAt"}},
-    {"embeddings", {"id", "indexItem", "bookmarkId", "embeddingModel"}},
-    {"prompts", {"id", "name", "prompt", "enable", "sortOrder"}},
+     "id conversationId role content model name functionName functionArguments references "
+     "contextMode stringContext documentContext imageURLs speechFileURL createdAt updatedAt"},
+    {"bookmarks", "id filePath data hash indexingStatus tags createdAt updatedAt"},
+    {"embeddings", "id indexItem bookmarkId embeddingModel"},
+    {"prompts", "id name prompt enable sortOrder"},
     {"custom_models",
-     {"id", "provider", "name", "apiEndpoint", "modelId", "contextLength", "useStream", "headers",
-      "deleted", "createdAt", "updatedAt"}},
+     "id provider name apiEndpoint modelId contextLength useStream headers deleted createdAt "
+     "updatedAt"},
 };
+const std::map<std::string, std::set<std::string>> finalSchema = [] {
+    std::map<std::string, std::set<std::string>> schema;
+    for (const auto& [table, columns] : finalTables) {
+        std::istringstream words(columns);
+        for (std::string column; words >> column;) schema[table].insert(column);
+    }
+    return schema;
+}();
 
 std::map<std::string, std::set<std::string>> schemaOf(SqliteConnection& db) {
     std::map<std::string, std::set<std::string>> schema;
@@ -138,6 +127,15 @@ class AppDatabaseTest : public ::testing::Test {
         query.bind(bookmarkId);
         query.step();
         return query.text(0);
+    }
+
+    void expectFatal(const std::string& what) {
+        try {
+            connect();
+            ADD_FAILURE() << "no FatalError";
+        } catch (const FatalError& error) {
+            EXPECT_EQ(error.what(), what);
+        }
     }
 
     bool logged(const std::string& text) const {
@@ -257,7 +255,7 @@ TEST_F(AppDatabaseTest, AFailedUpdateEndsTheDataStepButNotTheMigration) {
     EXPECT_EQ(db->userVersion(), 5);
 }
 
-TEST_F(AppDatabaseTest, ASecondStartCopiesNothingAndRunsNoScript) {
+TEST_F(AppDatabaseTest, ACurrentOrNewerDatabaseIsUsedAsItStandsWithoutScripts) {
     connect()->execute("INSERT INTO prompts (name, prompt) VALUES ('mine', 'kept')");
     for (int version : {1, 3, 4, 5})
         fs::remove(resource("migration_" + std::to_string(version) + ".sql"));
@@ -269,12 +267,8 @@ TEST_F(AppDatabaseTest, ASecondStartCopiesNothingAndRunsNoScript) {
     ASSERT_TRUE(mine.step());
     EXPECT_EQ(mine.text(0), "kept");
     EXPECT_FALSE(logged("error during file copy"));
-}
 
-TEST_F(AppDatabaseTest, ANewerDatabaseIsUsedAsItStands) {
-    placeDatabase(5)->setUserVersion(9);
-    for (int version : {1, 3, 4, 5})
-        fs::remove(resource("migration_" + std::to_string(version) + ".sql"));
+    db->setUserVersion(9);
     EXPECT_EQ(connect()->userVersion(), 9);
 }
 
@@ -301,13 +295,7 @@ TEST_F(AppDatabaseTest, AScriptThatCannotBeRunStopsWithItsNameAndKeepsTheStepsDo
                 // step must leave none of them behind.
                 test::writeFile(script, original + "\nCREATE TABLE broken (;");
             }
-            try {
-                connect();
-                ADD_FAILURE() << "no FatalError";
-            } catch (const FatalError& error) {
-                EXPECT_EQ(std::string(error.what()),
-                          "Failed to load migration_" + std::to_string(c.script) + ".sql");
-            }
+            expectFatal("Failed to load migration_" + std::to_string(c.script) + ".sql");
             EXPECT_EQ(SqliteConnection::open(databasePath())->userVersion(), c.versionAfter);
 
             // With the script back the next start goes on from there.
@@ -381,46 +369,29 @@ TEST_F(AppDatabaseTest, AFirstStartThatFailsLeavesNothingBehind) {
     EXPECT_THAT(draftsIn(paths.dataDirectory), ::testing::IsEmpty());
 }
 
-TEST_F(AppDatabaseTest, StopsWhenTheSeedCannotBeUsed) {
-    {
-        SCOPED_TRACE("seed missing");
-        fs::remove(resource("db.sqlite3"));
-        try {
-            connect();
-            ADD_FAILURE() << "no FatalError";
-        } catch (const FatalError& error) {
-            EXPECT_STREQ(error.what(), "Failed to load db.sqlite3");
-        }
-    }
-    {
-        SCOPED_TRACE("seed cannot be copied");
-        fs::create_directories(resource("db.sqlite3"));
-        try {
-            connect();
-            ADD_FAILURE() << "no FatalError";
-        } catch (const FatalError& error) {
-            EXPECT_STREQ(error.what(), "Failed to copy db.sqlite3");
-        }
-        EXPECT_TRUE(logged("error during file copy: "));
-        EXPECT_FALSE(fs::exists(databasePath()));
-    }
-}
-
-TEST_F(AppDatabaseTest, ADatabaseThatCannotBeOpenedStopsAndIsLeftAsItIs) {
+TEST_F(AppDatabaseTest, AnUnusableSeedOrDatabaseStopsAndLeavesTheUsersFileAsItIs) {
     const std::string notADatabase = "these bytes are not a database, and they are the user's";
-    for (auto make : std::vector<std::function<void()>>{
-             [&] { fs::create_directories(databasePath()); },
-             [&] { test::writeFile(databasePath(), notADatabase + std::string(4096, 'x')); }}) {
+    struct Case {
+        std::function<void()> make;
+        const char* what;
+    };
+    const Case cases[] = {
+        {[&] { fs::create_directories(databasePath()); }, "Failed to load db.sqlite3"},
+        {[&] { test::writeFile(databasePath(), notADatabase + std::string(4096, 'x')); },
+         "Failed to load db.sqlite3"},
+        {[&] { fs::remove(resource("db.sqlite3")); }, "Failed to load db.sqlite3"},
+        {[&] { fs::create_directories(resource("db.sqlite3")); }, "Failed to copy db.sqlite3"},
+    };
+    for (const auto& c : cases) {
         fs::remove_all(databasePath());
-        make();
-        try {
-            connect();
-            ADD_FAILURE() << "no FatalError";
-        } catch (const FatalError& error) {
-            EXPECT_STREQ(error.what(), "Failed to load db.sqlite3");
+        c.make();
+        expectFatal(c.what);
+        if (fs::is_regular_file(databasePath())) {
+            EXPECT_THAT(test::readFile(databasePath()), ::testing::StartsWith(notADatabase));
         }
     }
-    EXPECT_THAT(test::readFile(databasePath()), ::testing::StartsWith(notADatabase));
+    EXPECT_TRUE(logged("error during file copy: "));
+    EXPECT_FALSE(fs::exists(databasePath())) << "a failed seed copy leaves no database";
 }
 
 TEST_F(AppDatabaseTest, ADataDirectoryThatCannotBeMadeIsAnotherError) {
@@ -445,15 +416,11 @@ TEST_F(AppDatabaseTest, PointsTheDemoBookmarkAtItsCopyInTheDataDirectory) {
     EXPECT_EQ(FileBookmark::resolve(row.blob(1)).path, demoPath());
     EXPECT_EQ(row.text(2), AppDatabase::demoBookmarkHash);
     EXPECT_EQ(row.text(3), "none");
-}
-
-TEST_F(AppDatabaseTest, TheDemoHashIsTheDigestOfTheShippedDocument) {
-    EXPECT_EQ(documentDigest(resource("Bitcoin Whitepaper.pdf").string()),
-              AppDatabase::demoBookmarkHash);
+    EXPECT_EQ(documentDigest(demoPath()), AppDatabase::demoBookmarkHash);
     auto seed = test::makeDatabase((temp.path() / "seed.sqlite3").string(), 0);
-    auto row = seed->prepare("SELECT hash FROM bookmarks WHERE id = 1");
-    ASSERT_TRUE(row.step());
-    EXPECT_EQ(row.text(0), AppDatabase::demoBookmarkHash);
+    auto seedRow = seed->prepare("SELECT hash FROM bookmarks WHERE id = 1");
+    ASSERT_TRUE(seedRow.step());
+    EXPECT_EQ(seedRow.text(0), AppDatabase::demoBookmarkHash);
 }
 
 TEST_F(AppDatabaseTest, LeavesARowOneThatIsAUsersDocument) {

@@ -15,8 +15,13 @@ IndexItem parsedByLibrary(const std::string& json) {
     return indexItemFromJson(nlohmann::json::parse(json));
 }
 
-std::string stored(const IndexItem& item) {
-    return compactJson(toJson(item));
+// The reader reads what the program writes as the item and as the library does.
+void expectReadBack(const IndexItem& item) {
+    const std::string json = compactJson(toJson(item));
+    const auto read = IndexItemJsonReader::read(json);
+    ASSERT_TRUE(read) << json.substr(0, 200);
+    EXPECT_EQ(*read, item);
+    EXPECT_EQ(*read, parsedByLibrary(json));
 }
 
 TEST(IndexItemJsonReader, ReadsWhatTheProgramWritesExactly) {
@@ -37,13 +42,7 @@ TEST(IndexItemJsonReader, ReadsWhatTheProgramWritesExactly) {
          {{"ключ", "значение"}}},
         {"big", std::string(5000, 'x'), std::vector<float>(768, 0.123456789f), {}},
     };
-    for (const auto& item : items) {
-        const std::string json = stored(item);
-        const auto read = IndexItemJsonReader::read(json);
-        ASSERT_TRUE(read) << json.substr(0, 200);
-        EXPECT_EQ(*read, item);
-        EXPECT_EQ(*read, parsedByLibrary(json));
-    }
+    for (const auto& item : items) expectReadBack(item);
 }
 
 TEST(IndexItemJsonReader, AgreesWithTheLibraryOnRandomItems) {
@@ -63,11 +62,7 @@ TEST(IndexItemJsonReader, AgreesWithTheLibraryOnRandomItems) {
         for (int d = 0; d < 64; ++d) {
             item.embedding.push_back(value(random) * std::pow(10.0f, float(exponent(random)) / 4));
         }
-        const std::string json = stored(item);
-        const auto read = IndexItemJsonReader::read(json);
-        ASSERT_TRUE(read) << json;
-        EXPECT_EQ(*read, item);
-        EXPECT_EQ(*read, parsedByLibrary(json));
+        expectReadBack(item);
     }
 }
 
