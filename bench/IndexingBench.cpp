@@ -84,16 +84,15 @@ struct Fixture {
                                       {{"bookmarkId", std::to_string(storedChat.bookmarkId)},
                                        {"page", "Optional(" + std::to_string(i / 3 + 1) + ")"}}});
         }
-        service->saveIndexItems(items, "native", storedChat.bookmarkId);
+        service->documentStore().replaceIndexItems(storedChat.bookmarkId, items, "native");
     }
 
     ~Fixture() { std::filesystem::remove_all(dir); }
 
     std::unique_ptr<ChatIndexer> indexer(const Conversation& chat) {
-        EmbedderSource embedders{[this] { return native; }, {}};
         return std::make_unique<ChatIndexer>(
             chat, ChatIndexerDependencies{
-                      *service, preferences, embedders, fileTags, paths.resourceDirectory, {}});
+                      service->documentStore(), preferences, service->embedders(), fileTags, {}});
     }
 };
 
@@ -117,8 +116,8 @@ void BM_IndexPdf(benchmark::State& state) {
     auto& f = fixture();
     for (auto _ : state) {
         state.PauseTiming();
-        f.service->deleteIndexItems(f.pdfChat.bookmarkId);
-        f.service->updateIndexingStatus(f.pdfChat.bookmarkId, "none");
+        f.service->documentStore().replaceIndexItems(f.pdfChat.bookmarkId, {}, "native");
+        f.service->documentStore().setIndexingStatus(f.pdfChat.bookmarkId, "none");
         auto indexer = f.indexer(f.pdfChat);
         state.ResumeTiming();
         indexer->loadIndex();
@@ -135,7 +134,7 @@ void BM_IndexPdf(benchmark::State& state) {
 void BM_ReadRowsBaseline(benchmark::State& state) {
     auto& f = fixture();
     for (auto _ : state)
-        benchmark::DoNotOptimize(f.service->getIndexItems(f.storedChat.bookmarkId));
+        benchmark::DoNotOptimize(f.service->documentStore().indexItems(f.storedChat.bookmarkId));
 }
 
 void BM_ReopenChat(benchmark::State& state) {
@@ -159,7 +158,7 @@ struct Retrieval {
 
     Retrieval() {
         auto& f = fixture();
-        const auto rows = f.service->getIndexItems(f.storedChat.bookmarkId);
+        const auto rows = f.service->documentStore().indexItems(f.storedChat.bookmarkId);
         std::vector<IndexItem> items;
         for (const auto& row : rows)
             items.push_back({row.id, row.text, row.embedding, row.metadata});
@@ -168,7 +167,7 @@ struct Retrieval {
                                                       std::make_shared<CosineSimilarity>());
             (*slot)->setIndexItems(items);
         }
-        bookmarks = f.service->getBookmarks({f.storedChat.bookmarkId});
+        bookmarks = f.service->documentStore().bookmarks({f.storedChat.bookmarkId});
         encoder.count("warm the merge ranks up");
     }
 };

@@ -1,6 +1,7 @@
 #include "SimilaritySearchKit/OpenAIEmbeddings.h"
 
 #include <cmath>
+#include <exception>
 #include <thread>
 
 #include "platform/Log.h"
@@ -46,16 +47,18 @@ std::optional<std::vector<float>> OpenAIEmbeddings::requestVector(const std::str
 
 std::optional<std::vector<float>> OpenAIEmbeddings::encode(const std::string& sentence) {
     if (sentence == testSentence) return testSentenceVector();
+    std::exception_ptr lastError;
     for (int attempt = 1; attempt <= attempts; ++attempt) {
         try {
             return requestVector(sentence);
         } catch (const std::exception& error) {
+            lastError = std::current_exception();
             log("Attempt " + std::to_string(attempt) +
                 " failed to encode sentence: " + error.what());
         }
         if (attempt < attempts) std::this_thread::sleep_for(retryPause);
     }
-    return std::nullopt;
+    std::rethrow_exception(lastError);
 }
 
 }  // namespace folvane

@@ -20,8 +20,8 @@ class OpenAI;
 // request, so building an index (which encodes that text to learn the
 // dimension) needs neither the key nor the network. Any other text is sent
 // up to three times, 100 ms apart, each failure logged as "Attempt N failed
-// to encode sentence: <error>"; an answer with no data gives no vector at
-// once.
+// to encode sentence: <error>"; after the third the last error is thrown.
+// An answer with no data gives no vector at once.
 //
 // Callers from several threads take turns only to reach the client; their
 // requests then run side by side.

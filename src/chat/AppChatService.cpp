@@ -27,12 +27,13 @@ AppChatService::AppChatService(std::shared_ptr<SqliteConnection> db, AppPreferen
       preferences_(preferences),
       messageTable_(db_),
       conversationTable_(db_),
-      bookmarkTable_(db_),
-      embeddingTable_(db_),
+      documentStore_(db_),
       customModelHelper_(db_),
       customModelSecrets_(preferences_.secretStore()),
       promptTable_(db_),
       http_(http ? std::move(http) : std::make_shared<CurlHttpClient>()),
+      embedders_(std::make_unique<EmbedderFactory>(preferences_,
+                                                   EmbedderFactory::Setup{{}, {}, http_, nullptr})),
       router_(std::make_unique<ClientRouter>(preferences_, customModelHelper_, customModelSecrets_,
                                              [http = http_] { return http; })),
       encoder_(std::move(encoder)) {
@@ -114,16 +115,9 @@ void AppChatService::chatStream(const std::string& systemInstruction,
     route.client->streamChats(chatQuery(std::move(chats), conversation), onResult, stop);
 }
 
-void AppChatService::configureEmbeddings(EmbeddingModels::Setup setup) {
-    embeddingModels_ = std::make_unique<EmbeddingModels>(preferences_, std::move(setup));
-}
-
-std::shared_ptr<EmbeddingsProtocol> AppChatService::loadLocalEmbeddingModel() {
-    return embeddingModels_->loadLocalEmbeddingModel();
-}
-
-std::shared_ptr<EmbeddingsProtocol> AppChatService::remoteEmbeddingModel(EmbeddingModelType type) {
-    return embeddingModels_->remoteEmbeddingModel(type);
+void AppChatService::configureEmbeddings(EmbedderFactory::Setup setup) {
+    if (!setup.http) setup.http = http_;
+    embedders_ = std::make_unique<EmbedderFactory>(preferences_, std::move(setup));
 }
 
 Conversation AppChatService::createConversation(const std::vector<std::string>& urls) {
@@ -139,11 +133,11 @@ Conversation AppChatService::createConversation(const std::vector<std::string>& 
         if (auto custom = customModelHelper_.find(customModelId)) model = custom->modelId;
     }
 
-    const DocumentIntake intake(bookmarkTable_);
+    const DocumentIntake intake(documentStore_);
     int64_t bookmarkId = 0;
     std::vector<int64_t> extraBookmarkIds;
     for (const auto& url : urls) {
-        const int64_t id = intake.findOrInsertBookmark(url);
+        const int64_t id = intake.findOrInsertBookmark(url).id;
         if (url == urls.front()) {
             bookmarkId = id;
         } else {
@@ -169,26 +163,6 @@ Conversation AppChatService::createConversation(const std::vector<std::string>& 
     auto stored = conversationTable_.find(id);
     if (!stored) throw AppChatServiceError(AppChatServiceError::Case::insertionFailed);
     return *stored;
-}
-
-void AppChatService::saveIndexItems(const std::vector<IndexItem>& items,
-                                    const std::string& embeddingModel, int64_t bookmarkId) {
-    bookmarkTable_.updateIndexingStatus(bookmarkId, "indexing");
-    const std::string name =
-        embeddingModel.empty() ? std::string(rawValue(localEmbeddingType())) : embeddingModel;
-    std::vector<Embedding> rows;
-    rows.reserve(items.size());
-    for (const auto& item : items) rows.push_back(Embedding{std::nullopt, item, bookmarkId, name});
-    embeddingTable_.insert(rows);
-    bookmarkTable_.updateIndexingStatus(bookmarkId, "indexed");
-}
-
-std::vector<IndexItemExtra> AppChatService::getIndexItems(int64_t bookmarkId) {
-    return embeddingTable_.getAll(bookmarkId);
-}
-
-void AppChatService::deleteIndexItems(int64_t bookmarkId) {
-    embeddingTable_.remove(bookmarkId);
 }
 
 // Store operations: one call of a table model each.
@@ -247,12 +221,6 @@ void AppChatService::updateSuggestedQuestions(int64_t id, const std::optional<st
 void AppChatService::addCost(int64_t id, double amount) {
     conversationTable_.addCost(id, amount);
 }
-void AppChatService::addExtraBookmark(int64_t id, int64_t bookmarkId) {
-    conversationTable_.addExtraBookmark(id, bookmarkId);
-}
-void AppChatService::removeExtraBookmark(int64_t id, int64_t bookmarkId) {
-    conversationTable_.removeExtraBookmark(id, bookmarkId);
-}
 
 std::vector<Message> AppChatService::getMessages(int64_t conversationId, int64_t afterId) {
     return messageTable_.getAll(conversationId, afterId);
@@ -280,30 +248,6 @@ void AppChatService::updateMessageContent(int64_t id, const std::string& content
 }
 void AppChatService::updateSpeechFile(int64_t id, const std::optional<std::string>& url) {
     messageTable_.updateSpeechFile(id, url);
-}
-
-std::vector<Bookmark> AppChatService::getBookmarks(const std::vector<int64_t>& ids) {
-    return bookmarkTable_.getAll(ids);
-}
-std::optional<Bookmark> AppChatService::getBookmark(int64_t id) {
-    return bookmarkTable_.find(id);
-}
-std::optional<Bookmark> AppChatService::findBookmark(const std::string& filePath,
-                                                     const std::string& hash) {
-    return bookmarkTable_.find(filePath, hash);
-}
-int64_t AppChatService::insertBookmark(const Bookmark& bookmark) {
-    return bookmarkTable_.insert(bookmark);
-}
-void AppChatService::updateBookmark(const Bookmark& bookmark) {
-    bookmarkTable_.update(bookmark);
-}
-void AppChatService::updateIndexingStatus(int64_t id, const std::string& status) {
-    bookmarkTable_.updateIndexingStatus(id, status);
-}
-void AppChatService::updateBookmarkData(int64_t id, const std::vector<uint8_t>& data,
-                                        const std::string& hash) {
-    bookmarkTable_.updateData(id, data, hash);
 }
 
 std::vector<Prompt> AppChatService::getPrompts() {

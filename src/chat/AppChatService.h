@@ -7,14 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "SimilaritySearchKit/EmbeddingModelType.h"
+#include "SimilaritySearchKit/EmbedderFactory.h"
 #include "chat/ChatService.h"
-#include "chat/EmbeddingModels.h"
-#include "store/BookmarkModel.h"
 #include "store/ConversationTable.h"
 #include "store/CustomModelHelper.h"
 #include "store/CustomModelSecrets.h"
-#include "store/EmbeddingModel.h"
+#include "store/DocumentStore.h"
 #include "store/MessageTable.h"
 #include "store/PromptTable.h"
 #include "store/SqliteConnection.h"
@@ -33,8 +31,6 @@ class PdfPageCounter;
 // subsystems that provide them.
 class AppChatService final : public ChatService {
   public:
-    enum class EmbeddingModelState { none, indexing, loaded };
-
     // The start of the service: opens the database through AppDatabase. A
     // store the program cannot run without throws FatalError with the message
     // the user is shown. Every wire client and the remote embedder share http
@@ -60,11 +56,6 @@ class AppChatService final : public ChatService {
 
     Conversation createConversation(const std::vector<std::string>& urls) override;
 
-    void saveIndexItems(const std::vector<IndexItem>& items, const std::string& embeddingModel,
-                        int64_t bookmarkId) override;
-    std::vector<IndexItemExtra> getIndexItems(int64_t bookmarkId) override;
-    void deleteIndexItems(int64_t bookmarkId) override;
-
     std::vector<Conversation> getConversations(int64_t afterId) override;
     std::optional<Conversation> getConversation(int64_t id) override;
     void deleteConversation(int64_t id) override;
@@ -84,8 +75,6 @@ class AppChatService final : public ChatService {
                                   const std::optional<std::string>& q2,
                                   const std::optional<std::string>& q3) override;
     void addCost(int64_t id, double amount) override;
-    void addExtraBookmark(int64_t id, int64_t bookmarkId) override;
-    void removeExtraBookmark(int64_t id, int64_t bookmarkId) override;
 
     std::vector<Message> getMessages(int64_t conversationId, int64_t afterId) override;
     int64_t insertMessage(const Message& message) override;
@@ -96,16 +85,6 @@ class AppChatService final : public ChatService {
     void deleteMarkers(int64_t conversationId, const std::string& name) override;
     void updateMessageContent(int64_t id, const std::string& content) override;
     void updateSpeechFile(int64_t id, const std::optional<std::string>& url) override;
-
-    std::vector<Bookmark> getBookmarks(const std::vector<int64_t>& ids) override;
-    std::optional<Bookmark> getBookmark(int64_t id) override;
-    std::optional<Bookmark> findBookmark(const std::string& filePath,
-                                         const std::string& hash) override;
-    int64_t insertBookmark(const Bookmark& bookmark) override;
-    void updateBookmark(const Bookmark& bookmark) override;
-    void updateIndexingStatus(int64_t id, const std::string& status) override;
-    void updateBookmarkData(int64_t id, const std::vector<uint8_t>& data,
-                            const std::string& hash) override;
 
     std::vector<Prompt> getPrompts() override;
     std::optional<Prompt> getPrompt(int64_t id) override;
@@ -123,15 +102,13 @@ class AppChatService final : public ChatService {
     void deleteCustomModel(int64_t id) override;
     void clearClientCaches() override;
 
-    // The local embedder, made once (Distilbert, else the lexical one), and a
-    // new remote embedder on the current key at each call.
-    std::shared_ptr<EmbeddingsProtocol> loadLocalEmbeddingModel() override;
-    std::shared_ptr<EmbeddingsProtocol> remoteEmbeddingModel(EmbeddingModelType type) override;
-    // Where the local model's weights and vocabulary are and how the remote
-    // one reaches its server; start() sets them from the paths. Call it
-    // before the first embedder is asked for.
-    void configureEmbeddings(EmbeddingModels::Setup setup);
-    EmbeddingModelType localEmbeddingType() const { return embeddingModels_->localEmbeddingType(); }
+    // The documents' part of the store.
+    DocumentStore& documentStore() { return documentStore_; }
+    // The embedders. Where the local model's weights and vocabulary are;
+    // start() sets them from the paths, and the remote embedder shares the
+    // service's HTTP client. Call it before the first embedder is asked for.
+    void configureEmbeddings(EmbedderFactory::Setup setup);
+    EmbedderFactory& embedders() { return *embedders_; }
 
     // The GPT-2 token counter, read on first use.
     const GPTEncoder& encoder() const;
@@ -142,15 +119,12 @@ class AppChatService final : public ChatService {
     AppPreferences& preferences_;
     MessageTable messageTable_;
     ConversationTable conversationTable_;
-    BookmarkModel bookmarkTable_;
-    EmbeddingModel embeddingTable_;
+    DocumentStore documentStore_;
     CustomModelHelper customModelHelper_;
     CustomModelSecrets customModelSecrets_;
     PromptTable promptTable_;
-    std::unique_ptr<EmbeddingModels> embeddingModels_ =
-        std::make_unique<EmbeddingModels>(preferences_, EmbeddingModels::Setup{});
-    std::atomic<EmbeddingModelState> embeddingLoadState_{EmbeddingModelState::none};
     std::shared_ptr<HttpClient> http_;
+    std::unique_ptr<EmbedderFactory> embedders_;
     std::unique_ptr<ClientRouter> router_;
     std::filesystem::path resourceDirectory_;
     mutable std::once_flag encoderOnce_;

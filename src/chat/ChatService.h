@@ -8,13 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "SimilaritySearchKit/EmbeddingModelType.h"
-#include "SimilaritySearchKit/EmbeddingsProtocol.h"
 #include "providers/ChatStreamResult.h"
-#include "store/Bookmark.h"
 #include "store/Conversation.h"
 #include "store/CustomModel.h"
-#include "store/Embedding.h"
 #include "store/Message.h"
 #include "store/Prompt.h"
 
@@ -22,8 +18,8 @@ namespace folvane {
 
 // The one interface between the view models and everything below them. Store
 // calls are synchronous and pass the table models' errors through unchanged.
-// The completion stream, the embedders and speech join this interface with the
-// subsystems that provide them.
+// The completion stream and speech join this interface with the subsystems
+// that provide them; the documents have their own store (DocumentStore).
 class ChatService {
   public:
     virtual ~ChatService() = default;
@@ -42,18 +38,6 @@ class ChatService {
                             const std::vector<Message>& messages, const Conversation& conversation,
                             const std::function<void(const ChatStreamResult&)>& onResult,
                             std::stop_token stop) = 0;
-
-    // Vectors of a document.
-    virtual void saveIndexItems(const std::vector<IndexItem>& items,
-                                const std::string& embeddingModel, int64_t bookmarkId) = 0;
-    virtual std::vector<IndexItemExtra> getIndexItems(int64_t bookmarkId) = 0;
-    virtual void deleteIndexItems(int64_t bookmarkId) = 0;
-
-    // Embedders. The local one is made once, at the first call, and says
-    // which model it is through the rows it names; the remote one is made
-    // anew at each call, on the OpenAI key as it stands.
-    virtual std::shared_ptr<EmbeddingsProtocol> loadLocalEmbeddingModel() = 0;
-    virtual std::shared_ptr<EmbeddingsProtocol> remoteEmbeddingModel(EmbeddingModelType type) = 0;
 
     // Conversations.
     virtual std::vector<Conversation> getConversations(int64_t afterId) = 0;
@@ -76,8 +60,6 @@ class ChatService {
                                           const std::optional<std::string>& q2,
                                           const std::optional<std::string>& q3) = 0;
     virtual void addCost(int64_t id, double amount) = 0;
-    virtual void addExtraBookmark(int64_t id, int64_t bookmarkId) = 0;
-    virtual void removeExtraBookmark(int64_t id, int64_t bookmarkId) = 0;
 
     // Messages.
     virtual std::vector<Message> getMessages(int64_t conversationId, int64_t afterId) = 0;
@@ -89,17 +71,6 @@ class ChatService {
     virtual void deleteMarkers(int64_t conversationId, const std::string& name) = 0;
     virtual void updateMessageContent(int64_t id, const std::string& content) = 0;
     virtual void updateSpeechFile(int64_t id, const std::optional<std::string>& url) = 0;
-
-    // Documents.
-    virtual std::vector<Bookmark> getBookmarks(const std::vector<int64_t>& ids) = 0;
-    virtual std::optional<Bookmark> getBookmark(int64_t id) = 0;
-    virtual std::optional<Bookmark> findBookmark(const std::string& filePath,
-                                                 const std::string& hash) = 0;
-    virtual int64_t insertBookmark(const Bookmark& bookmark) = 0;
-    virtual void updateBookmark(const Bookmark& bookmark) = 0;
-    virtual void updateIndexingStatus(int64_t id, const std::string& status) = 0;
-    virtual void updateBookmarkData(int64_t id, const std::vector<uint8_t>& data,
-                                    const std::string& hash) = 0;
 
     // The prompt library.
     virtual std::vector<Prompt> getPrompts() = 0;

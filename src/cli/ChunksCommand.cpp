@@ -5,6 +5,8 @@
 #include "SimilaritySearchKit/BertTokenizer.h"
 #include "SimilaritySearchKit/CustomTokenSplitter.h"
 #include "cli/CliArguments.h"
+#include "cli/ExtractionReport.h"
+#include "documents/ExtractionWarning.h"
 #include "documents/PdfDocument.h"
 #include "documents/PdfTextExtractor.h"
 #include "store/AppPreferences.h"
@@ -26,7 +28,6 @@ int runChunksCommand(CliContext& context, const CliArguments& arguments) {
     const CustomTokenSplitter splitter(tokenizer);
 
     auto pdf = PdfDocument::open(args[0]);
-    if (!pdf) throw std::runtime_error("Failed to load PDF document.");
     const bool scanned = isScannedPDF(*pdf, 10, 20);
     const PdfTextExtractor extractor(OcrSettings::from(context.preferences()));
     const std::vector<Document> pages = extractor.extractPages(*pdf, scanned, false);
@@ -51,7 +52,9 @@ int runChunksCommand(CliContext& context, const CliArguments& arguments) {
                 << chunk.pageContent << '\n';
         }
     }
-    return 0;
+    size_t pagesWithText = 0;
+    for (const auto& page : pages) pagesWithText += page.pageContent.empty() ? 0 : 1;
+    return reportExtraction(context, args[0], *pdf, pagesWithText);
 }
 
 }  // namespace folvane

@@ -45,8 +45,8 @@ int runEmbedCommand(CliContext& context, const CliArguments& arguments) {
     std::shared_ptr<EmbeddingsProtocol> model;
     EmbeddingModelType type = EmbeddingModelType::native;
     if (!choice) {
-        model = context.service().loadLocalEmbeddingModel();
-        type = context.service().localEmbeddingType();
+        model = context.service().embedders().local();
+        type = context.service().embedders().localType();
     } else if (*choice == "native") {
         model = std::make_shared<NativeEmbeddings>("en", NativeEmbeddingType::sentenceEmbedding);
     } else if (*choice == "distilbert") {

@@ -2,6 +2,8 @@
 #include <stdexcept>
 
 #include "cli/CliArguments.h"
+#include "cli/ExtractionReport.h"
+#include "documents/ExtractionWarning.h"
 #include "documents/PdfDocument.h"
 #include "documents/PdfTextExtractor.h"
 #include "store/AppPreferences.h"
@@ -19,13 +21,14 @@ int runPagesCommand(CliContext& context, const CliArguments& arguments) {
     expectNoMoreArguments(args, 1);
 
     auto pdf = PdfDocument::open(args[0]);
-    if (!pdf) throw std::runtime_error("Failed to load PDF document.");
     const bool scanned = isScannedPDF(*pdf, 10, 20);
     const PdfTextExtractor extractor(OcrSettings::from(context.preferences()));
     const auto pages = extractor.extractPagesDetailed(*pdf, scanned, forceOCR);
 
     auto& out = context.out();
+    size_t pagesWithText = 0;
     for (const auto& page : pages) {
+        if (!page.document.pageContent.empty()) ++pagesWithText;
         const std::string& number = page.document.metadata.at(pageMetadataKey);
         if (json) {
             nlohmann::ordered_json row;
@@ -39,7 +42,7 @@ int runPagesCommand(CliContext& context, const CliArguments& arguments) {
                 << page.document.pageContent << '\n';
         }
     }
-    return 0;
+    return reportExtraction(context, args[0], *pdf, pagesWithText);
 }
 
 }  // namespace folvane

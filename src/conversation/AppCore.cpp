@@ -77,8 +77,9 @@ ChatDetailServices AppCore::chatDetailServices(MainQueue& mainQueue) {
             [this](const Conversation& conversation, ChatIndexer::Listener listener) {
                 return makeIndexer(conversation, std::move(listener));
             },
-        .localEmbedder = [&chatService] { return chatService.loadLocalEmbeddingModel(); },
+        .localEmbedder = [&chatService] { return chatService.embedders().local(); },
         .clipboard = nullptr,
+        .documentStore = &chatService.documentStore(),
     };
 }
 
@@ -90,17 +91,11 @@ std::unique_ptr<ChatDetailViewModel> AppCore::makeChatDetail(const Conversation&
 std::unique_ptr<ChatIndexer> AppCore::makeIndexer(const Conversation& conversation,
                                                   ChatIndexer::Listener listener) {
     AppChatService& chatService = service();
-    EmbedderSource embedders{
-        [&chatService] { return chatService.loadLocalEmbeddingModel(); },
-        [&chatService](EmbeddingModelType type) { return chatService.remoteEmbeddingModel(type); }};
-    return std::make_unique<ChatIndexer>(conversation,
-                                         ChatIndexerDependencies{chatService,
-                                                                 preferences(),
-                                                                 std::move(embedders),
-                                                                 fileTags(),
-                                                                 paths_.resourceDirectory,
-                                                                 {}},
-                                         std::move(listener));
+    return std::make_unique<ChatIndexer>(
+        conversation,
+        ChatIndexerDependencies{
+            chatService.documentStore(), preferences(), chatService.embedders(), fileTags(), {}},
+        std::move(listener));
 }
 
 std::unique_ptr<CustomModelListViewModel> AppCore::makeCustomModelList() {

@@ -8,6 +8,7 @@
 #include "platform/Log.h"
 #include "runtime/MainQueue.h"
 #include "store/AppPreferences.h"
+#include "store/DocumentStore.h"
 
 namespace folvane {
 
@@ -50,10 +51,10 @@ ChatDetailViewModel::ChatDetailViewModel(ChatDetailServices services,
                 });
             });
         initial.allDocuments = indexer_->state().documents;
-    } else {
+    } else if (services_.documentStore) {
         try {
             initial.allDocuments =
-                documentInfos(services_.chatService.getBookmarks(conversation.allBookmarkIds()));
+                documentInfos(services_.documentStore->bookmarks(conversation.allBookmarkIds()));
         } catch (const std::exception& error) {
             initial.lastError = errorText(error);
         }

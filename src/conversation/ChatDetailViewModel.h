@@ -23,6 +23,7 @@ namespace folvane {
 class AppPreferences;
 class ChatService;
 class Clipboard;
+class DocumentStore;
 class GPTEncoder;
 class MainQueue;
 class CompletionSink;
@@ -41,6 +42,8 @@ struct ChatDetailServices {
     // The on-device embedder that compares an answer with its chunks.
     std::function<std::shared_ptr<EmbeddingsProtocol>()> localEmbedder;
     Clipboard* clipboard = nullptr;  // none: copying does nothing
+    // Where the documents are read from when there is no indexer.
+    const DocumentStore* documentStore = nullptr;
 };
 
 // The view model of one chat: the conversation, its documents and indexes, the

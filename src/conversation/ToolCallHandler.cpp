@@ -4,6 +4,7 @@
 
 #include "documents/PdfDocument.h"
 #include "platform/FileUrl.h"
+#include "platform/Log.h"
 #include "platform/Uuid.h"
 #include "providers/DecodingError.h"
 
@@ -67,8 +68,16 @@ std::string ToolCallHandler::readPage(const std::string& arguments) {
     if (!bookmark) return noContent;
     const auto path = pathFromFileUrl(bookmark->filePath);
     if (!path) return noContent;
-    const auto document = PdfDocument::open(*path);
-    if (!document || page < 1 || page > document->pageCount()) return noContent;
+    std::unique_ptr<PdfDocument> document;
+    try {
+        document = PdfDocument::open(*path);
+    } catch (const std::exception& error) {
+        // A file that cannot be read has no content for the model to see; the
+        // tool's answer says so.
+        log(error.what());
+        return noContent;
+    }
+    if (page < 1 || page > document->pageCount()) return noContent;
     const int index = static_cast<int>(page - 1);
     if (!document->hasPage(index)) return noContent;
 

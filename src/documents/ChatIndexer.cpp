@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <exception>
 
-#include "SimilaritySearchKit/BertTokenizer.h"
 #include "SimilaritySearchKit/CosineSimilarity.h"
 #include "SimilaritySearchKit/CustomTokenSplitter.h"
-#include "chat/ChatService.h"
+#include "SimilaritySearchKit/Embedders.h"
 #include "documents/ChunkEmbeddingJob.h"
+#include "documents/DocumentError.h"
+#include "documents/ExtractionWarning.h"
 #include "documents/PdfDocument.h"
 #include "documents/PdfTextExtractor.h"
 #include "platform/FileBookmark.h"
@@ -15,6 +16,7 @@
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
 #include "store/AppPreferences.h"
+#include "store/DocumentStore.h"
 
 namespace folvane {
 
@@ -22,17 +24,6 @@ namespace {
 
 constexpr const char* adaModelName = "text-embedding-ada-002";
 constexpr const char* embedding3SmallModelName = "text-embedding-3-small";
-
-// The bookmarks in the order of the ids; ids without a row are left out.
-std::vector<Bookmark> inIdOrder(std::vector<Bookmark> rows, const std::vector<int64_t>& ids) {
-    std::vector<Bookmark> ordered;
-    for (int64_t id : ids) {
-        auto row =
-            std::find_if(rows.begin(), rows.end(), [&](const Bookmark& b) { return b.id == id; });
-        if (row != rows.end()) ordered.push_back(*row);
-    }
-    return ordered;
-}
 
 std::shared_ptr<SimilarityIndex> makeIndex(const std::string& name,
                                            std::shared_ptr<EmbeddingsProtocol> model) {
@@ -44,18 +35,16 @@ std::shared_ptr<SimilarityIndex> makeIndex(const std::string& name,
 
 ChatIndexer::ChatIndexer(const Conversation& conversation, ChatIndexerDependencies dependencies,
                          Listener listener)
-    : service_(dependencies.service),
+    : store_(dependencies.store),
       preferences_(dependencies.preferences),
-      embedders_(std::move(dependencies.embedders)),
+      embedders_(dependencies.embedders),
       fileTags_(dependencies.fileTags),
-      resourceDirectory_(std::move(dependencies.resourceDirectory)),
       makeRecognizer_(std::move(dependencies.makeRecognizer)),
       listener_(std::move(listener)),
       conversationId_(conversation.id),
       customModelId_(conversation.customModelId),
       extraBookmarkIds_(conversation.extraBookmarkIds) {
-    const std::vector<int64_t> ids = conversation.allBookmarkIds();
-    bookmarks_ = inIdOrder(service_.getBookmarks(ids), ids);
+    bookmarks_ = store_.bookmarks(conversation.allBookmarkIds());
     state_.documents = documentInfos(bookmarks_);
     state_.extraBookmarkIds = extraBookmarkIds_;
 }
@@ -73,9 +62,16 @@ void ChatIndexer::publish() {
     if (listener_) listener_(state_);
 }
 
-void ChatIndexer::setDocumentState(int64_t bookmarkId, IndexingState indexingState) {
+void ChatIndexer::setDocumentState(int64_t bookmarkId, IndexingState indexingState,
+                                   const std::string& reason) {
     for (auto& document : state_.documents) {
-        if (document.bookmark.id == bookmarkId) document.indexingState = indexingState;
+        if (document.bookmark.id != bookmarkId) continue;
+        document.indexingState = indexingState;
+        if (indexingState == IndexingState::failed) {
+            document.errorMessage = reason;
+        } else if (!document.isStale) {
+            document.errorMessage.clear();
+        }
     }
 }
 
@@ -115,11 +111,11 @@ bool ChatIndexer::loadIndex() {
         }
         if (customModelId_ == 0 && !settings.hasOpenAIKey) return false;
 
-        service_.updateUpdatedAt(conversationId_, now());
+        store_.touchChat(conversationId_, now());
         // The statuses are read anew: after a failed chain, the documents that
         // were finished before the failure are loaded, not embedded again.
         for (auto& bookmark : bookmarks_) {
-            if (auto row = service_.getBookmark(bookmark.id)) {
+            if (auto row = store_.bookmark(bookmark.id)) {
                 bookmark.indexingStatus = row->indexingStatus;
             }
         }
@@ -140,8 +136,7 @@ void ChatIndexer::makeIndexes(const IndexingSettings& settings) {
     bool remote = false;
     {
         std::lock_guard lock(mutex_);
-        remote = !openaiIndex_ && customModelId_ == 0 && settings.hasOpenAIKey &&
-                 bool(embedders_.remote);
+        remote = !openaiIndex_ && customModelId_ == 0 && settings.hasOpenAIKey;
     }
     if (remote) {
         auto ada = embedders_.remote(EmbeddingModelType::openAI);
@@ -165,6 +160,8 @@ void ChatIndexer::runChain(std::stop_token stop, const IndexingSettings& setting
                            const std::vector<Bookmark>& toIndex,
                            const std::vector<Bookmark>& indexed, bool extra) {
     const int total = int(toIndex.size());
+    int failures = 0;
+    std::string firstReason;
     for (int i = 0; i < total; ++i) {
         const Bookmark& bookmark = toIndex[size_t(i)];
         {
@@ -172,18 +169,21 @@ void ChatIndexer::runChain(std::stop_token stop, const IndexingSettings& setting
             setDocumentState(bookmark.id, IndexingState::indexing);
             publish();
         }
-        const bool done = processDocument(stop, settings, bookmark, i + 1, total, false);
-        std::lock_guard lock(mutex_);
-        setDocumentState(bookmark.id, done ? IndexingState::indexed : IndexingState::failed);
-        if (!done) {
-            if (!extra) {
-                state_.loadingFailReason = failReason;
-                state_.loadingState = LoadingState::failed;
+        try {
+            if (processDocument(stop, settings, bookmark, i + 1, total, false, false) ==
+                Outcome::stopped) {
+                return abandon(extra);
             }
+            std::lock_guard lock(mutex_);
+            setDocumentState(bookmark.id, IndexingState::indexed);
             publish();
-            return;
+        } catch (const std::exception& error) {
+            // The document shows its failure; the others of the chat go on.
+            std::lock_guard lock(mutex_);
+            if (failures++ == 0) firstReason = error.what();
+            setDocumentState(bookmark.id, IndexingState::failed, error.what());
+            publish();
         }
-        publish();
     }
     if (stop.stop_requested()) return abandon(extra);
 
@@ -206,7 +206,15 @@ void ChatIndexer::runChain(std::stop_token stop, const IndexingSettings& setting
     loadRows(indexed);
     if (stop.stop_requested()) return abandon(extra);
     std::lock_guard lock(mutex_);
-    state_.loadingState = LoadingState::loaded;
+    if (!extra && total > 0 && failures == total && indexed.empty()) {
+        // Nothing of the chat can answer.
+        state_.loadingFailReason =
+            total == 1 ? firstReason : "None of your documents could be processed. " + firstReason;
+        state_.loadingState = LoadingState::failed;
+    } else {
+        state_.loadingFailReason.clear();
+        state_.loadingState = LoadingState::loaded;
+    }
     publish();
 }
 
@@ -221,7 +229,8 @@ void ChatIndexer::abandon(bool extra) {
 ChatIndexer::ChosenIndex ChatIndexer::chooseIndex(const IndexingSettings& settings,
                                                   int pageCount) const {
     std::lock_guard lock(mutex_);
-    const ChosenIndex local{localIndex_, localModel_, ""};
+    const ChosenIndex local{localIndex_, localModel_,
+                            std::string(rawValue(embedders_.localType()))};
     const ChosenIndex remote{openaiIndexNew_, openaiNewModel_, embedding3SmallModelName};
     if (!openaiIndex_ && !openaiIndexNew_) return local;
     switch (settings.dataIngestionStrategy) {
@@ -235,22 +244,32 @@ ChatIndexer::ChosenIndex ChatIndexer::chooseIndex(const IndexingSettings& settin
     return local;
 }
 
-bool ChatIndexer::processDocument(std::stop_token stop, const IndexingSettings& settings,
-                                  const Bookmark& bookmark, int position, int total,
-                                  bool forceOCR) {
-    const auto path = pathFromFileUrl(bookmark.filePath);
-    std::shared_ptr<const BertTokenizer> tokenizer;
-    try {
-        tokenizer = std::make_shared<const BertTokenizer>(resourceDirectory_);
-    } catch (const std::exception& error) {
-        log(error.what());
-        return false;
+ChatIndexer::Outcome ChatIndexer::processDocument(std::stop_token stop,
+                                                  const IndexingSettings& settings,
+                                                  const Bookmark& bookmark, int position, int total,
+                                                  bool forceOCR, bool rebuild) {
+    const auto claim = store_.claimIndexing(bookmark.id, stop);
+    if (!claim) return Outcome::stopped;
+    if (!rebuild) {
+        // Another indexer may have finished the document while this one waited.
+        if (auto row = store_.bookmark(bookmark.id); row && row->indexingStatus == "indexed") {
+            loadRows({*row});
+            std::lock_guard lock(mutex_);
+            markIndexed(bookmark.id);
+            return Outcome::loaded;
+        }
     }
-    const CustomTokenSplitter splitter(tokenizer);
-    auto pdf = path ? PdfDocument::open(*path) : nullptr;
-    if (!pdf) {
-        log("Failed to load PDF document.");
-        return false;
+    const std::vector<IndexItemExtra> oldRows =
+        rebuild ? store_.indexItems(bookmark.id) : std::vector<IndexItemExtra>{};
+
+    const CustomTokenSplitter splitter(embedders_.tokenizer());
+    const auto path = pathFromFileUrl(bookmark.filePath);
+    if (!path) throw FileError("“" + bookmark.filePath + "” is not a file on this computer.");
+    const auto pdf = PdfDocument::open(*path);
+    const std::string name = std::filesystem::path(*path).filename().string();
+    if (auto warning = ExtractionWarning::of(name, pdf->pageCount(), pdf->wasRepaired(), 1);
+        warning && warning->fatal) {
+        throw DocumentError(warning->text);
     }
 
     const double base = 100.0 / total * (position - 1);
@@ -263,12 +282,22 @@ bool ChatIndexer::processDocument(std::stop_token stop, const IndexingSettings& 
         publish();
     }
     const ChosenIndex chosen = chooseIndex(settings, pdf->pageCount());
-    if (!chosen.index || !chosen.model) return false;  // the indexes were unloaded
+    if (!chosen.index || !chosen.model) return Outcome::stopped;  // the indexes were unloaded
 
     const PdfTextExtractor extractor = makeRecognizer_
                                            ? PdfTextExtractor(settings.ocr, makeRecognizer_)
                                            : PdfTextExtractor(settings.ocr);
     const std::vector<Document> pages = extractor.extractPages(*pdf, scanned, forceOCR, stop);
+    if (stop.stop_requested()) return Outcome::stopped;
+    const size_t pagesWithText =
+        size_t(std::count_if(pages.begin(), pages.end(),
+                             [](const Document& page) { return !page.pageContent.empty(); }));
+    if (auto warning =
+            ExtractionWarning::of(name, pdf->pageCount(), pdf->wasRepaired(), pagesWithText)) {
+        if (warning->fatal) throw DocumentError(warning->text);
+        // The pages that could be read are indexed; the rest is missing.
+        log(warning->text);
+    }
     std::vector<Document> chunks = splitter.splitDocuments(pages, ChunkHeaderOptions{});
     const std::string idText = std::to_string(bookmark.id);
     {
@@ -295,22 +324,23 @@ bool ChatIndexer::processDocument(std::stop_token stop, const IndexingSettings& 
             std::min(99, int(base) + int(share * processed / double(chunkCount)));
         publish();
     };
-    auto embedded = embedChunks(chunks, job, stop);
-    if (!embedded) return false;
+    EmbeddedChunks embedded = embedChunks(chunks, job, stop);
+    if (embedded.stopped) return Outcome::stopped;
 
     try {
-        // Rows left by an interrupted run are dropped first, so a document never
-        // has two sets; its status is not "indexed" until the new rows are in.
-        service_.deleteIndexItems(bookmark.id);
-        service_.saveIndexItems(embedded->items, chosen.embeddingModel, bookmark.id);
-    } catch (const std::exception& error) {
-        log(std::string("Cannot save index items wtf ") + error.what());
-        return false;
+        // The old rows go in the same transaction that stores the new ones.
+        store_.replaceIndexItems(bookmark.id, embedded.items, chosen.embeddingModel);
+    } catch (...) {
+        for (const auto& item : embedded.items) chosen.index->removeItem(item.id);
+        throw;
     }
     std::lock_guard lock(mutex_);
-    embeddings_ = std::move(embedded->embeddings);
+    for (const auto& row : oldRows) {
+        if (auto index = routedIndex(row.embeddingModel)) index->removeItem(row.id);
+    }
+    embeddings_ = std::move(embedded.embeddings);
     markIndexed(bookmark.id);
-    return true;
+    return Outcome::processed;
 }
 
 std::shared_ptr<SimilarityIndex> ChatIndexer::routedIndex(const std::string& embeddingModel) const {
@@ -323,8 +353,10 @@ void ChatIndexer::loadRows(const std::vector<Bookmark>& indexed) {
     for (const auto& bookmark : indexed) {
         std::vector<IndexItemExtra> rows;
         try {
-            rows = service_.getIndexItems(bookmark.id);
+            rows = store_.indexItems(bookmark.id);
         } catch (const std::exception& error) {
+            // A document whose rows cannot be read is passed over; the chat
+            // answers from the others.
             log(error.what());
             continue;
         }
@@ -365,6 +397,7 @@ void ChatIndexer::tagDocuments(const IndexingSettings& settings,
             fileTags_.setTags(*path, tags);
         }
     } catch (const std::exception& error) {
+        // A file system that keeps no tags costs only the tags.
         log(error.what());
     }
 }
@@ -396,26 +429,26 @@ void ChatIndexer::rebuildIndex(int64_t bookmarkId, bool forceOCR) {
             return;
         }
         if (bookmarks_.size() == 1) state_.loadingState = LoadingState::indexingExtra;
-        try {
-            for (const auto& row : service_.getIndexItems(bookmarkId)) {
-                if (auto index = routedIndex(row.embeddingModel)) index->removeItem(row.id);
-            }
-            service_.deleteIndexItems(bookmarkId);
-            service_.updateIndexingStatus(bookmarkId, "none");
-        } catch (const std::exception& error) {
-            log(error.what());
-            publish();
-            return;
-        }
-        found->indexingStatus = "none";
         bookmark = *found;
         setDocumentState(bookmarkId, IndexingState::indexing);
         publish();
     }
     startTask([this, settings, bookmark, forceOCR](std::stop_token stop) {
-        const bool done = processDocument(stop, settings, bookmark, 1, 1, forceOCR);
+        IndexingState result = IndexingState::indexed;
+        std::string reason;
+        try {
+            if (processDocument(stop, settings, bookmark, 1, 1, forceOCR, true) ==
+                Outcome::stopped) {
+                // The old rows stay and answer as before.
+                result = bookmark.indexingStatus == "indexed" ? IndexingState::indexed
+                                                              : IndexingState::none;
+            }
+        } catch (const std::exception& error) {
+            result = IndexingState::failed;
+            reason = error.what();
+        }
         std::lock_guard lock(mutex_);
-        setDocumentState(bookmark.id, done ? IndexingState::indexed : IndexingState::failed);
+        setDocumentState(bookmark.id, result, reason);
         state_.indexingProgress = 99;
         state_.loadingState = LoadingState::loaded;
         publish();

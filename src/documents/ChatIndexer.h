@@ -1,69 +1,25 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "SimilaritySearchKit/EmbeddingModelType.h"
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
 #include "SimilaritySearchKit/SimilarityIndex.h"
-#include "documents/DocumentInfo.h"
+#include "documents/ChatIndexerDependencies.h"
+#include "documents/ChatIndexes.h"
 #include "documents/IndexingSettings.h"
-#include "documents/LoadingState.h"
-#include "documents/OcrWorkerPool.h"
+#include "documents/IndexingUpdate.h"
 #include "store/Bookmark.h"
 #include "store/Conversation.h"
 
 namespace folvane {
-
-class AppPreferences;
-class ChatService;
-class FileTagStore;
-
-// Where the indexer gets its embedders: the on-device model, and a remote
-// model by type (openAI or textEmbedding3_small).
-struct EmbedderSource {
-    std::function<std::shared_ptr<EmbeddingsProtocol>()> local;
-    std::function<std::shared_ptr<EmbeddingsProtocol>(EmbeddingModelType)> remote;
-};
-
-// What the indexer works with. The references must outlive it.
-struct ChatIndexerDependencies {
-    ChatService& service;
-    AppPreferences& preferences;
-    EmbedderSource embedders;
-    const FileTagStore& fileTags;
-    std::filesystem::path resourceDirectory;  // the BERT vocabulary
-    TextRecognizerFactory makeRecognizer;     // empty: Tesseract
-};
-
-// The indexing part of a chat's state, whole, as it stands after one change.
-struct IndexingUpdate {
-    LoadingState loadingState = LoadingState::none;
-    std::string loadingFailReason;
-    int indexingProgress = 0;  // 0 to 99
-    int totalPageNumber = 0;
-    bool isScannedDocument = false;
-    std::vector<DocumentInfo> documents;    // allDocuments, in the chat's order
-    std::vector<int64_t> extraBookmarkIds;  // the conversation's, after add and remove
-
-    bool operator==(const IndexingUpdate&) const = default;
-};
-
-// The three indexes of an open chat, as they stand; absent ones are null.
-struct ChatIndexes {
-    std::shared_ptr<SimilarityIndex> local;
-    std::shared_ptr<SimilarityIndex> openai;
-    std::shared_ptr<SimilarityIndex> openaiNew;
-};
 
 // Turns the documents of an open chat into searchable indexes: documents with
 // stored rows are read back, the others are extracted, split, redacted and
@@ -75,21 +31,21 @@ struct ChatIndexes {
 // change of the state is reported to the listener, whole and in order, from
 // whichever thread made it, while the indexer holds its lock: the listener
 // posts it on and must not call back into the indexer.
+//
+// A document that fails is marked failed with the reason in its
+// errorMessage; the other documents go on. Only one indexer in all processes
+// indexes a document at a time: the others wait for it and then read its rows.
 class ChatIndexer {
   public:
     static constexpr const char* localIndexName = "PDF-Local-Index";
     static constexpr const char* openaiIndexName = "PDF-OpenAI-Index";
     static constexpr const char* openaiIndexNewName = "PDF-OpenAI-Index-New";
-    static constexpr const char* failReason =
-        "Failed to process your documents. This could be a temporary network connection issue. "
-        "Please try again in an hour or switch to the Fast Indexing Strategy.";
     static constexpr int chunkSize = 510;
-    static constexpr int maxFailuresPerBatch = 5;
 
     using Listener = std::function<void(const IndexingUpdate&)>;
 
     // Reads the conversation's bookmarks (main document first) and makes their
-    // documents as a chat opens them.
+    // documents as a chat opens them. Throws DatabaseError.
     ChatIndexer(const Conversation& conversation, ChatIndexerDependencies dependencies,
                 Listener listener = {});
     // Stops the chain and waits for it.
@@ -105,13 +61,18 @@ class ChatIndexer {
     // Stops the chain (its children at their next chunk) and drops the indexes;
     // a loaded chat goes back to `none`, so that the next loadIndex reloads it.
     void unloadIndex();
-    // Processes one document again, with or without OCR of every page.
+    // Processes one document again, with or without OCR of every page. Its old
+    // rows answer until the new ones replace them.
     void rebuildIndex(int64_t bookmarkId, bool forceOCR);
-    // Takes a document out of the chat; its rows stay for other chats.
+    // Takes a document out of the chat; its rows stay for other chats. Throws
+    // DatabaseError, leaving the chat as it was.
     void removeFromChat(int64_t bookmarkId);
     // Opens more documents in a loaded chat and indexes those without rows.
+    // Throws what intake throws for the first file it refuses, before any
+    // document joins the chat.
     void addDocuments(const std::vector<std::string>& fileUrls);
-    // The user has pointed to a stale document's file anew.
+    // The user has pointed to a stale document's file anew. Throws FileError
+    // or DatabaseError.
     void updateBookmark(int64_t bookmarkId, const std::string& fileUrl);
 
     // The chat's custom model; with one, no remote index is made.
@@ -130,12 +91,13 @@ class ChatIndexer {
     struct ChosenIndex {
         std::shared_ptr<SimilarityIndex> index;
         std::shared_ptr<EmbeddingsProtocol> model;
-        std::string embeddingModel;  // the name saveIndexItems takes: "" for the local model
+        std::string embeddingModel;  // the name the rows are stored under
     };
+    enum class Outcome { processed, loaded, stopped };
 
     // With the lock held: report the state as it stands.
     void publish();
-    void setDocumentState(int64_t bookmarkId, IndexingState state);
+    void setDocumentState(int64_t bookmarkId, IndexingState state, const std::string& reason = {});
     void markIndexed(int64_t bookmarkId);
 
     void startTask(std::function<void(std::stop_token)> work);
@@ -145,20 +107,23 @@ class ChatIndexer {
                   const std::vector<Bookmark>& toIndex, const std::vector<Bookmark>& indexed,
                   bool extra);
     void abandon(bool extra);
-    bool processDocument(std::stop_token stop, const IndexingSettings& settings,
-                         const Bookmark& bookmark, int position, int total, bool forceOCR);
+    // Indexes one document, its rows stored when it returns `processed`, or
+    // loads the rows that another indexer stored meanwhile. Throws the
+    // document's failure (FileError, DocumentError, OcrError, DatabaseError,
+    // the embedder's).
+    Outcome processDocument(std::stop_token stop, const IndexingSettings& settings,
+                            const Bookmark& bookmark, int position, int total, bool forceOCR,
+                            bool rebuild);
     ChosenIndex chooseIndex(const IndexingSettings& settings, int pageCount) const;
     // With the lock held: the index that rows of this model go to.
     std::shared_ptr<SimilarityIndex> routedIndex(const std::string& embeddingModel) const;
     void loadRows(const std::vector<Bookmark>& indexed);
     void tagDocuments(const IndexingSettings& settings, const std::vector<int64_t>& bookmarkIds);
-    Bookmark findOrInsertBookmark(const std::string& fileUrl);
 
-    ChatService& service_;
+    const DocumentStore& store_;
     AppPreferences& preferences_;
-    EmbedderSource embedders_;
+    Embedders& embedders_;
     const FileTagStore& fileTags_;
-    std::filesystem::path resourceDirectory_;
     TextRecognizerFactory makeRecognizer_;
     Listener listener_;
 

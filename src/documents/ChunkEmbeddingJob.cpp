@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <thread>
 
+#include "documents/DocumentError.h"
 #include "platform/Log.h"
 #include "platform/Uuid.h"
 #include "store/JsonText.h"
@@ -19,6 +21,9 @@ struct BatchResult {
     std::vector<IndexItem> newIndexItems;
     int failureCount = 0;
     int processedCount = 0;
+    bool failed = false;   // more failures than a batch may have
+    bool stopped = false;  // a stop was requested
+    std::exception_ptr lastError;
 };
 
 constexpr int maxFailuresPerBatch = 5;
@@ -29,18 +34,31 @@ std::string metadataText(const std::map<std::string, std::string>& metadata) {
     return compactJson(object);
 }
 
-std::optional<BatchResult> runBatch(const std::vector<Document>& chunks, size_t start, size_t end,
-                                    const ChunkEmbeddingJob& job, const std::stop_token& stop) {
+BatchResult runBatch(const std::vector<Document>& chunks, size_t start, size_t end,
+                     const ChunkEmbeddingJob& job, const std::stop_token& stop) {
     BatchResult result;
     for (size_t i = start; i < end; ++i) {
-        if (stop.stop_requested()) return std::nullopt;
+        if (stop.stop_requested()) {
+            result.stopped = true;
+            return result;
+        }
         const Document& chunk = chunks[i];
         std::string text = redactSensitiveContent(chunk.pageContent, job.redaction);
         if (text.empty()) continue;
-        auto vector = job.model->encode(text);
+        std::optional<std::vector<float>> vector;
+        try {
+            vector = job.model->encode(text);
+        } catch (...) {
+            result.lastError = std::current_exception();
+        }
         if (!vector) {
+            // A few chunks without vector leave the document usable; their
+            // text is only missing from the answers.
             log("Failed to vectorize, document " + metadataText(chunk.metadata));
-            if (++result.failureCount > maxFailuresPerBatch) return std::nullopt;
+            if (++result.failureCount > maxFailuresPerBatch) {
+                result.failed = true;
+                return result;
+            }
             continue;
         }
         const std::string id = newUuid();
@@ -73,13 +91,13 @@ size_t chunkBatchSize(size_t chunkCount, int parallelTasks) {
     return std::max<size_t>(1, (chunkCount + tasks - 1) / tasks);
 }
 
-std::optional<EmbeddedChunks> embedChunks(const std::vector<Document>& chunks,
-                                          const ChunkEmbeddingJob& job, std::stop_token stop) {
+EmbeddedChunks embedChunks(const std::vector<Document>& chunks, const ChunkEmbeddingJob& job,
+                           std::stop_token stop) {
     const size_t batch = chunkBatchSize(chunks.size(), job.parallelTasks);
 
     std::mutex mutex;
     std::condition_variable finished;
-    std::deque<std::optional<BatchResult>> results;
+    std::deque<BatchResult> results;
     size_t started = 0;
     std::vector<std::jthread> children;
     for (size_t start = 0; start < chunks.size(); start += batch) {
@@ -95,27 +113,35 @@ std::optional<EmbeddedChunks> embedChunks(const std::vector<Document>& chunks,
 
     EmbeddedChunks embedded;
     int processed = 0;
-    bool failed = false;
+    std::optional<BatchResult> broken;
     for (size_t taken = 0; taken < started; ++taken) {
-        std::optional<BatchResult> result;
+        BatchResult result;
         {
             std::unique_lock lock(mutex);
             finished.wait(lock, [&] { return !results.empty(); });
             result = std::move(results.front());
             results.pop_front();
         }
-        if (!result) {
-            failed = true;
+        processed += result.processedCount;
+        for (auto& vector : result.embeddings) embedded.embeddings.push_back(std::move(vector));
+        for (auto& item : result.newIndexItems) embedded.items.push_back(std::move(item));
+        if (result.failed || result.stopped) {
+            broken = std::move(result);
             break;
         }
-        processed += result->processedCount;
-        for (auto& vector : result->embeddings) embedded.embeddings.push_back(std::move(vector));
-        for (auto& item : result->newIndexItems) embedded.items.push_back(std::move(item));
         if (job.onProgress) job.onProgress(processed);
     }
     children.clear();  // the batches still running finish before the result is given
-    if (failed) return std::nullopt;
-    return embedded;
+    if (!broken) return embedded;
+
+    // A document that does not finish leaves nothing behind in the index.
+    for (auto& rest : results) {
+        for (auto& item : rest.newIndexItems) embedded.items.push_back(std::move(item));
+    }
+    for (const auto& item : embedded.items) job.index->removeItem(item.id);
+    if (broken->stopped) return EmbeddedChunks{{}, {}, true};
+    if (broken->lastError) std::rethrow_exception(broken->lastError);
+    throw DocumentError("The text of the document could not be turned into vectors.");
 }
 
 }  // namespace folvane

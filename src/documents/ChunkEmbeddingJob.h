@@ -10,9 +10,9 @@
 
 #include "SimilaritySearchKit/Document.h"
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
-#include "store/IndexItem.h"
 #include "SimilaritySearchKit/SimilarityIndex.h"
 #include "documents/Redaction.h"
+#include "store/IndexItem.h"
 
 namespace folvane {
 
@@ -29,6 +29,7 @@ size_t chunkBatchSize(size_t chunkCount, int parallelTasks);
 struct EmbeddedChunks {
     std::vector<std::vector<float>> embeddings;
     std::vector<IndexItem> items;
+    bool stopped = false;  // a stop request ended the work; nothing is kept
 };
 
 // What embedChunks needs besides the chunks.
@@ -45,10 +46,11 @@ struct ChunkEmbeddingJob {
 
 // Redacts and embeds the chunks in consecutive batches, one thread each, and
 // adds each chunk to the index as soon as it has its vector. A chunk without
-// vector is logged and left out, but more than five of them in one batch, or a
-// stop request, fail the whole document: nothing is returned, though the items
-// already added stay in the index.
-std::optional<EmbeddedChunks> embedChunks(const std::vector<Document>& chunks,
-                                          const ChunkEmbeddingJob& job, std::stop_token stop);
+// vector is logged and left out, but more than five of them in one batch fail
+// the whole document: the embedder's last error is thrown (DocumentError when
+// it gave none). A failure or a stop request takes the items already added
+// out of the index again.
+EmbeddedChunks embedChunks(const std::vector<Document>& chunks, const ChunkEmbeddingJob& job,
+                           std::stop_token stop);
 
 }  // namespace folvane

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "chat/AppChatServiceError.h"
+#include "documents/ContextError.h"
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
 #include "providers/GPTEncoder.h"
@@ -107,7 +107,7 @@ std::string ContextBuilder::quotedContentInstruction() const {
 
 ContextBuilder::Instruction ContextBuilder::generateSystemInstructionForQuery(
     const std::string& query, const std::string& model, int count) const {
-    if (!indexes_.local) throw AppChatServiceError(AppChatServiceError::Case::initError);
+    if (!indexes_.local) throw ContextError(ContextError::Case::noIndex);
     Instruction result;
     result.results = bestResults({searchIfFilled(indexes_.local, query, count),
                                   searchIfFilled(indexes_.openai, query, count),
@@ -120,7 +120,7 @@ ContextBuilder::Instruction ContextBuilder::generateSystemInstructionForQuery(
     const int limit = tokenLimit(model, provider_);
     log("tokenLengthLimit " + std::to_string(limit));
     if (encoder_.count(instruction + query) > size_t(std::max(limit, 0))) {
-        throw AppChatServiceError(AppChatServiceError::Case::messageTooLong);
+        throw ContextError(ContextError::Case::messageTooLong);
     }
     result.instruction = redactSensitiveContent(instruction, redaction_);
     log("generateSystemInstructionForQuery");

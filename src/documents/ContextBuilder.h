@@ -48,8 +48,8 @@ class ContextBuilder {
                    std::string provider, RedactionOptions redaction);
 
     // The `count` best chunks of the three indexes for the query, in an
-    // instruction for the model. Throws AppChatServiceError: initError without
-    // a local index, messageTooLong when the instruction and the query together
+    // instruction for the model. Throws ContextError: noIndex without a
+    // local index, messageTooLong when the instruction and the query together
     // pass the model's token limit.
     Instruction generateSystemInstructionForQuery(const std::string& query,
                                                   const std::string& model, int count) const;

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <exception>
 
-#include "chat/ChatService.h"
 #include "documents/DocumentDigest.h"
 #include "platform/FileBookmark.h"
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
+#include "store/DocumentStore.h"
 
 namespace folvane {
 
@@ -50,29 +50,22 @@ std::vector<DocumentInfo> documentInfos(const std::vector<Bookmark>& bookmarks) 
     return documents;
 }
 
-bool updateBookmark(ChatService& service, int64_t bookmarkId, const std::string& fileUrl,
+void updateBookmark(const DocumentStore& store, int64_t bookmarkId, const std::string& fileUrl,
                     std::vector<DocumentInfo>& documents) {
-    try {
-        const auto path = pathFromFileUrl(fileUrl);
-        if (!path) throw FileError("“" + fileUrl + "” is not a file on this computer");
-        const std::vector<uint8_t> data = FileBookmark::make(*path);
-        const std::string hash = documentDigest(*path);
-        service.updateBookmarkData(bookmarkId, data, hash);
-        auto bookmark = service.getBookmark(bookmarkId);
-        if (!bookmark) return false;
-        DocumentInfo info;
-        info.fileUrl = fileUrlFromPath(*path);
-        info.bookmark = *bookmark;
-        info.indexingState = initialState(*bookmark, IndexingState::none);
-        auto entry = std::find_if(documents.begin(), documents.end(), [&](const DocumentInfo& d) {
-            return d.bookmark.id == bookmarkId;
-        });
-        if (entry != documents.end()) *entry = std::move(info);
-        return true;
-    } catch (const std::exception& error) {
-        log(error.what());
-        return false;
-    }
+    const auto path = pathFromFileUrl(fileUrl);
+    if (!path) throw FileError("“" + fileUrl + "” is not a file on this computer");
+    const std::vector<uint8_t> data = FileBookmark::make(*path);
+    const std::string hash = documentDigest(*path);
+    store.updateBookmarkData(bookmarkId, data, hash);
+    auto bookmark = store.bookmark(bookmarkId);
+    if (!bookmark) return;
+    DocumentInfo info;
+    info.fileUrl = fileUrlFromPath(*path);
+    info.bookmark = *bookmark;
+    info.indexingState = initialState(*bookmark, IndexingState::none);
+    auto entry = std::find_if(documents.begin(), documents.end(),
+                              [&](const DocumentInfo& d) { return d.bookmark.id == bookmarkId; });
+    if (entry != documents.end()) *entry = std::move(info);
 }
 
 void startAccessing(const std::vector<DocumentInfo>& documents) {

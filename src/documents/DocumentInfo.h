@@ -10,7 +10,7 @@
 
 namespace folvane {
 
-class ChatService;
+class DocumentStore;
 
 // One document as open in a chat; lives as long as the chat's view model and is
 // never stored.
@@ -39,9 +39,9 @@ std::vector<DocumentInfo> documentInfos(const std::vector<Bookmark>& bookmarks);
 
 // The user has pointed to a stale document's file anew: new access data and
 // digest are stored for the bookmark (its filePath stays), and the entry of
-// `documents` with this bookmark id is replaced by a fresh, not stale one. Any
-// error is logged and leaves `documents` as it was. True when it worked.
-bool updateBookmark(ChatService& service, int64_t bookmarkId, const std::string& fileUrl,
+// `documents` with this bookmark id is replaced by a fresh, not stale one.
+// Throws FileError or DatabaseError, leaving `documents` as it was.
+void updateBookmark(const DocumentStore& store, int64_t bookmarkId, const std::string& fileUrl,
                     std::vector<DocumentInfo>& documents);
 
 // Access brackets of an open chat's view. The access data of this platform are

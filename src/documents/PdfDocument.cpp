@@ -1,11 +1,15 @@
 #include "documents/PdfDocument.h"
 
+#include "documents/DocumentError.h"
+#include "platform/FileBookmark.h"
+
 extern "C" {
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>
 }
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -31,22 +35,32 @@ bool hasPdfSignature(const std::filesystem::path& path) {
     return std::search(head, head + size, "%PDF-", "%PDF-" + 5) != head + size;
 }
 
-pdf_document* openDocument(fz_context* context, const char* path, int* pageCount) {
+enum class OpenFailure { none, password, damaged };
+
+pdf_document* openDocument(fz_context* context, const char* path, int* pageCount,
+                           OpenFailure* failure) {
     pdf_document* document = nullptr;
     fz_var(document);
+    *failure = OpenFailure::damaged;
     fz_try(context) {
         document = pdf_open_document(context, path);
         if (pdf_needs_password(context, document) &&
             !pdf_authenticate_password(context, document, "")) {
+            *failure = OpenFailure::password;
             fz_throw(context, FZ_ERROR_GENERIC, "password needed");
         }
         *pageCount = pdf_count_pages(context, document);
+        *failure = OpenFailure::none;
     }
     fz_catch(context) {
         pdf_drop_document(context, document);
         document = nullptr;
     }
     return document;
+}
+
+std::string quotedName(const std::filesystem::path& path) {
+    return "“" + path.filename().string() + "”";
 }
 
 pdf_page* loadPage(fz_context* context, pdf_document* document, int index) {
@@ -157,24 +171,51 @@ fz_pixmap* draw(fz_context* context, pdf_page* page, fz_matrix transform, int wi
 }  // namespace
 
 std::unique_ptr<PdfDocument> PdfDocument::open(const std::filesystem::path& path) {
+    return load(path, false);
+}
+
+void PdfDocument::checkAdmissible(const std::filesystem::path& path) {
+    load(path, true);
+}
+
+std::unique_ptr<PdfDocument> PdfDocument::load(const std::filesystem::path& path,
+                                               bool damageAllowed) {
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error) || !hasPdfSignature(path)) return nullptr;
+    if (!std::filesystem::exists(path, error)) {
+        throw FileError(quotedName(path) + " cannot be found: it has been moved or deleted.");
+    }
+    if (!std::filesystem::is_regular_file(path, error)) {
+        throw FileError(quotedName(path) + " is not a file.");
+    }
+    if (std::ifstream probe(path, std::ios::binary); !probe) {
+        throw FileError(quotedName(path) + " cannot be read: " + std::strerror(errno) + ".");
+    }
+    if (!hasPdfSignature(path)) throw DocumentError(quotedName(path) + " is not a PDF document.");
     fz_context* context = fz_new_context(nullptr, nullptr, FZ_STORE_DEFAULT);
-    if (!context) return nullptr;
+    if (!context) throw DocumentError("Not enough memory to open " + quotedName(path) + ".");
     fz_set_error_callback(context, ignoreMessage, nullptr);
     fz_set_warning_callback(context, ignoreMessage, nullptr);
     int pages = 0;
-    pdf_document* document = openDocument(context, path.c_str(), &pages);
+    OpenFailure failure = OpenFailure::none;
+    pdf_document* document = openDocument(context, path.c_str(), &pages, &failure);
     if (!document || pages < 0) {
         pdf_drop_document(context, document);
         fz_drop_context(context);
-        return nullptr;
+        if (failure == OpenFailure::password) {
+            throw DocumentError(
+                quotedName(path) +
+                " is encrypted: it is protected by a password, and cannot be read.");
+        }
+        if (damageAllowed) return nullptr;
+        throw DocumentError(quotedName(path) + " is damaged and cannot be read as a PDF.");
     }
-    return std::unique_ptr<PdfDocument>(new PdfDocument(context, document, pages));
+    const bool repaired = pdf_was_repaired(context, document) != 0;
+    return std::unique_ptr<PdfDocument>(new PdfDocument(context, document, pages, repaired));
 }
 
-PdfDocument::PdfDocument(fz_context* context, pdf_document* document, int pageCount)
-    : context_(context), document_(document), pageCount_(pageCount) {}
+PdfDocument::PdfDocument(fz_context* context, pdf_document* document, int pageCount,
+                         bool wasRepaired)
+    : context_(context), document_(document), pageCount_(pageCount), wasRepaired_(wasRepaired) {}
 
 PdfDocument::~PdfDocument() {
     fz_drop_page(context_, loadedPage_ ? &loadedPage_->super : nullptr);

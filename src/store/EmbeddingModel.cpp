@@ -10,23 +10,24 @@ namespace folvane {
 
 void EmbeddingModel::insert(const std::vector<Embedding>& embeddings) const {
     if (embeddings.empty()) return;
+    db_->transaction([&] { insertRows(embeddings); });
+}
+
+void EmbeddingModel::insertRows(const std::vector<Embedding>& embeddings) const {
     // A statement takes at most 32766 parameters; larger documents go in
-    // several statements inside one transaction, which keeps them all-or-none.
+    // several statements inside the caller's transaction.
     constexpr size_t rowsPerStatement = 2000;
-    db_->transaction([&] {
-        for (size_t start = 0; start < embeddings.size(); start += rowsPerStatement) {
-            const size_t end = std::min(embeddings.size(), start + rowsPerStatement);
-            std::string sql =
-                "INSERT INTO embeddings (indexItem, bookmarkId, embeddingModel) VALUES ";
-            for (size_t i = start; i < end; ++i) sql += i == start ? "(?, ?, ?)" : ", (?, ?, ?)";
-            auto statement = db_->prepare(sql);
-            for (size_t i = start; i < end; ++i) {
-                const auto& e = embeddings[i];
-                statement.bind(compactJson(toJson(e.indexItem)), e.bookmarkId, e.embeddingModel);
-            }
-            statement.run();
+    for (size_t start = 0; start < embeddings.size(); start += rowsPerStatement) {
+        const size_t end = std::min(embeddings.size(), start + rowsPerStatement);
+        std::string sql = "INSERT INTO embeddings (indexItem, bookmarkId, embeddingModel) VALUES ";
+        for (size_t i = start; i < end; ++i) sql += i == start ? "(?, ?, ?)" : ", (?, ?, ?)";
+        auto statement = db_->prepare(sql);
+        for (size_t i = start; i < end; ++i) {
+            const auto& e = embeddings[i];
+            statement.bind(compactJson(toJson(e.indexItem)), e.bookmarkId, e.embeddingModel);
         }
-    });
+        statement.run();
+    }
 }
 
 std::vector<IndexItemExtra> EmbeddingModel::getAll(int64_t bookmarkId) const {

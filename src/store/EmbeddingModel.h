@@ -17,6 +17,8 @@ class EmbeddingModel {
 
     // All rows in one go: a document's rows are either all stored or none.
     void insert(const std::vector<Embedding>& embeddings) const;
+    // The same inside a transaction that the caller holds.
+    void insertRows(const std::vector<Embedding>& embeddings) const;
     // The document's rows in row order. Unlike the other reads of all rows this
     // one throws: half a document's vectors would answer as if they were all.
     std::vector<IndexItemExtra> getAll(int64_t bookmarkId) const;

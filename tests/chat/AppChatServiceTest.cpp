@@ -21,7 +21,7 @@ class AppChatServiceTest : public ::testing::Test {
 
     std::string document(const std::string& name, const std::string& bytes = "%PDF-1.4 body") {
         const std::string path = dir / name;
-        test::writeFile(path, bytes);
+        test::writeFile(path, bytes.starts_with("%PDF-") ? bytes : "%PDF-1.4 " + bytes);
         return fileUrlFromPath(path);
     }
 
@@ -55,7 +55,7 @@ TEST_F(AppChatServiceTest, ANewChatTakesItsTitleAndSettings) {
     EXPECT_EQ(chat.customModelId, 0);
     EXPECT_TRUE(chat.extraBookmarkIds.empty());
     EXPECT_FALSE(chat.isDemo);
-    const auto bookmark = service.getBookmark(chat.bookmarkId).value();
+    const auto bookmark = service.documentStore().bookmark(chat.bookmarkId).value();
     EXPECT_EQ(bookmark.indexingStatus, "none");
     EXPECT_FALSE(bookmark.tags);
     EXPECT_EQ(bookmark.filePath, fileUrlFromPath(dir / "Annual Report 2023.pdf"));
@@ -63,17 +63,17 @@ TEST_F(AppChatServiceTest, ANewChatTakesItsTitleAndSettings) {
 }
 
 TEST_F(AppChatServiceTest, TheSameFileFindsTheSameBookmarkUntilItsHeadChanges) {
-    const std::string url = document("a.pdf", std::string(70000, 'x'));
+    const std::string url = document("a.pdf", "%PDF-" + std::string(70000, 'x'));
     const auto first = service.createConversation({url});
     const auto second = service.createConversation({url});
     EXPECT_NE(first.id, second.id);
     EXPECT_EQ(first.bookmarkId, second.bookmarkId);
 
     // A change behind the first 64 KiB is the same document...
-    test::writeFile(dir / "a.pdf", std::string(65536, 'x') + "tail");
+    test::writeFile(dir / "a.pdf", "%PDF-" + std::string(65531, 'x') + "tail");
     EXPECT_EQ(service.createConversation({url}).bookmarkId, first.bookmarkId);
     // ...a change inside them is a new one.
-    test::writeFile(dir / "a.pdf", "y" + std::string(69999, 'x'));
+    test::writeFile(dir / "a.pdf", "%PDF-y" + std::string(69994, 'x'));
     EXPECT_NE(service.createConversation({url}).bookmarkId, first.bookmarkId);
 }
 
@@ -95,12 +95,12 @@ TEST_F(AppChatServiceTest, ExtraDocumentsFollowTheMainOneInOrder) {
                       c = document("c.pdf", "C");
     const auto chat = service.createConversation({a, b, a, c});
     const auto idOf = [&](const std::string& url) {
-        return BookmarkModel(db).find(url, service.getBookmark(chat.bookmarkId)->hash);
+        return BookmarkModel(db).find(url, service.documentStore().bookmark(chat.bookmarkId)->hash);
     };
     EXPECT_TRUE(idOf(a));
     ASSERT_EQ(chat.extraBookmarkIds.size(), 2u);
-    EXPECT_EQ(service.getBookmark(chat.extraBookmarkIds[0])->filePath, b);
-    EXPECT_EQ(service.getBookmark(chat.extraBookmarkIds[1])->filePath, c);
+    EXPECT_EQ(service.documentStore().bookmark(chat.extraBookmarkIds[0])->filePath, b);
+    EXPECT_EQ(service.documentStore().bookmark(chat.extraBookmarkIds[1])->filePath, c);
 }
 
 TEST_F(AppChatServiceTest, ACustomModelSetsTheModelAndAStaleOneLeavesTheDefault) {
@@ -130,23 +130,6 @@ TEST_F(AppChatServiceTest, AnUnreadableFileFailsButKeepsEarlierBookmarks) {
     EXPECT_EQ(conversationCount(), before);
     EXPECT_EQ(BookmarkModel(db).getAll().size(), 2u);  // the demo and good.pdf
     EXPECT_THROW(service.createConversation({"https://example.com/a.pdf"}), FileError);
-}
-
-TEST_F(AppChatServiceTest, SavedIndexItemsMarkTheDocumentIndexed) {
-    const auto chat = service.createConversation({document("a.pdf")});
-    const std::vector<IndexItem> items{{"c1", "first", {0.1f, 0.2f}, {{"page", "Optional(1)"}}},
-                                       {"c2", "second", {0.3f, 0.4f}, {{"page", "nil"}}}};
-    service.saveIndexItems(items, "", chat.bookmarkId);
-    EXPECT_EQ(service.getBookmark(chat.bookmarkId)->indexingStatus, "indexed");
-    auto stored = service.getIndexItems(chat.bookmarkId);
-    ASSERT_EQ(stored.size(), 2u);
-    EXPECT_EQ(stored[0].embeddingModel, "distilbert");
-    EXPECT_EQ(stored[1].text, "second");
-
-    service.saveIndexItems({}, "text-embedding-ada-002", chat.bookmarkId);
-    EXPECT_EQ(service.getIndexItems(chat.bookmarkId).size(), 2u);
-    service.deleteIndexItems(chat.bookmarkId);
-    EXPECT_TRUE(service.getIndexItems(chat.bookmarkId).empty());
 }
 
 }  // namespace

@@ -62,16 +62,39 @@ TEST_F(PagesCommandTest, PrintsEachPageDocumentWithItsNumberAndHowItWasRead) {
     EXPECT_THAT(result.out, HasSubstr("== page 3 (OCR)\nHello\n"));
 }
 
-TEST_F(PagesCommandTest, FailsOnWhatItCannotOpen) {
-    const std::string notPdf = home / "notes.pdf";
-    test::writeFile(notPdf, "plain words");
-    for (const std::string& path : {notPdf, home / "missing.pdf"}) {
-        const auto result = cli({"pages", path});
-        EXPECT_EQ(result.exitCode, 1) << path;
-        EXPECT_THAT(result.err, HasSubstr("Failed to load PDF document.")) << path;
+TEST_F(PagesCommandTest, SaysWhyAFileGivesNoTextOrOnlyPartOfIt) {
+    const std::string valid = test::makePdf({"The first page has words enough to count."});
+    const std::string threePages =
+        test::makePdf({"one page of words to read here", "two pages of words to read here",
+                       "three pages of words to read here"});
+    const struct {
+        const char* name;
+        std::string bytes;
+        int exitCode;
+        const char* words;
+    } cases[] = {
+        {"notes.pdf", "plain words", 1, "“notes.pdf” is not a PDF document."},
+        {"locked.pdf", test::encryptPdf(valid, "user", "owner"), 1, "“locked.pdf” is encrypted"},
+        {"none.pdf", test::makePdfWithPages({}), 1, "“none.pdf” has no pages"},
+        {"cut.pdf", threePages.substr(0, threePages.size() / 3), 1,
+         "“cut.pdf” has no text that could be read: the file may be cut short or damaged."},
+        {"tail.pdf", threePages.substr(0, threePages.rfind("xref")), 0,
+         "“tail.pdf” is damaged or cut short: some of its pages or text may be missing."},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        test::writeFile(home / c.name, c.bytes);
+        for (const char* command : {"pages", "chunks"}) {
+            const auto result = cli({command, home / c.name});
+            EXPECT_EQ(result.exitCode, c.exitCode) << command;
+            EXPECT_THAT(result.err, HasSubstr(c.words)) << command;
+        }
     }
+    const auto missing = cli({"pages", home / "missing.pdf"});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_THAT(missing.err, HasSubstr("“missing.pdf” cannot be found"));
     EXPECT_EQ(cli({"pages"}).exitCode, 2);
-    EXPECT_EQ(cli({"pages", notPdf, "extra"}).exitCode, 2);
+    EXPECT_EQ(cli({"pages", home / "notes.pdf", "extra"}).exitCode, 2);
 }
 
 }  // namespace

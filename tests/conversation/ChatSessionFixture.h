@@ -9,12 +9,13 @@
 
 #include "SimilaritySearchKit/NativeEmbeddings.h"
 #include "chat/AppChatService.h"
-#include "runtime/BlockingMainQueue.h"
 #include "conversation/ChatDetailViewModel.h"
+#include "fakes/FakeEmbedders.h"
 #include "platform/Clipboard.h"
 #include "platform/FileUrl.h"
 #include "platform/XattrFileTagStore.h"
 #include "providers/GPTEncoder.h"
+#include "runtime/BlockingMainQueue.h"
 #include "store/AppPreferences.h"
 #include "support/ScriptedChatServer.h"
 #include "support/TempDir.h"
@@ -55,6 +56,7 @@ class ChatSessionFixture : public ::testing::Test {
     LoopbackServer server;
     XattrFileTagStore fileTags;
     std::shared_ptr<CountingEmbeddings> embedder = std::make_shared<CountingEmbeddings>();
+    test::FakeEmbedders embedders;
     RecordingClipboard clipboard;
 
     // A chat on a PDF of these pages, answered by the scripted server as a
@@ -84,12 +86,12 @@ class ChatSessionFixture : public ::testing::Test {
             .encoder = service.encoder(),
             .makeIndexer =
                 [this](const Conversation& c, ChatIndexer::Listener listener) {
-                    EmbedderSource embedders{[this] { return embedder; },
-                                             [this](EmbeddingModelType) { return embedder; }};
+                    embedders.makeLocal = [this] { return embedder; };
+                    embedders.makeRemote = [this](EmbeddingModelType) { return embedder; };
                     return std::make_unique<ChatIndexer>(
                         c,
                         ChatIndexerDependencies{
-                            service, preferences, embedders, fileTags, resourceDir(), {}},
+                            service.documentStore(), preferences, embedders, fileTags, {}},
                         std::move(listener));
                 },
             .localEmbedder = [this] { return embedder; },

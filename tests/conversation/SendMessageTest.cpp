@@ -307,7 +307,7 @@ TEST_F(SendMessageTest, AnIndexedChatOpensWithoutEmbeddingAnything) {
     const auto chat = makeChat(pages);
     openLoaded(chat);
     EXPECT_GT(embedder->calls, 0);
-    EXPECT_EQ(service.getBookmark(chat.bookmarkId)->indexingStatus, "indexed");
+    EXPECT_EQ(service.documentStore().bookmark(chat.bookmarkId)->indexingStatus, "indexed");
 
     embedder->calls = 0;
     auto reopened = openLoaded(*service.getConversation(chat.id));

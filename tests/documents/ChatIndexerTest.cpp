@@ -10,6 +10,7 @@
 #include "chat/AppChatService.h"
 #include "documents/ChatIndexer.h"
 #include "documents/ChunkEmbeddingJob.h"
+#include "fakes/FakeEmbedders.h"
 #include "fakes/FakeEmbeddings.h"
 #include "platform/FileUrl.h"
 #include "platform/XattrFileTagStore.h"
@@ -72,14 +73,16 @@ class ChatIndexerTest : public ::testing::Test {
         preferences.setDataIngestionStrategy(DataIngestionStrategy::local);
     }
 
+    test::FakeEmbedders embedders;
+
     ChatIndexerDependencies dependencies() {
-        EmbedderSource embedders;
-        embedders.local = [this] { return local; };
-        embedders.remote = [this](EmbeddingModelType type) -> std::shared_ptr<EmbeddingsProtocol> {
+        embedders.makeLocal = [this] { return local; };
+        embedders.makeRemote =
+            [this](EmbeddingModelType type) -> std::shared_ptr<EmbeddingsProtocol> {
             return type == EmbeddingModelType::openAI ? ada : small;
         };
-        return {service,  preferences,         embedders,
-                fileTags, test::resourceDir(), [] { return std::make_unique<BlankRecognizer>(); }};
+        return {service.documentStore(), preferences, embedders, fileTags,
+                [] { return std::make_unique<BlankRecognizer>(); }};
     }
 
     std::unique_ptr<ChatIndexer> indexer(const Conversation& chat) {
@@ -117,7 +120,7 @@ class ChatIndexerTest : public ::testing::Test {
         return states;
     }
 
-    std::string localModelName() { return std::string(rawValue(service.localEmbeddingType())); }
+    std::string localModelName() { return std::string(rawValue(embedders.localType())); }
 };
 
 TEST_F(ChatIndexerTest, IndexingStoresOneRowPerChunkWithItsPageAndModel) {
@@ -134,7 +137,7 @@ TEST_F(ChatIndexerTest, IndexingStoresOneRowPerChunkWithItsPageAndModel) {
     EXPECT_EQ(loadingStates(), (std::vector{LoadingState::indexing, LoadingState::loaded}));
     for (const auto& u : updates) EXPECT_LT(u.indexingProgress, 100);
 
-    const auto rows = service.getIndexItems(conversation.bookmarkId);
+    const auto rows = service.documentStore().indexItems(conversation.bookmarkId);
     ASSERT_EQ(rows.size(), 3u);
     std::set<std::string> pages;
     for (const auto& row : rows) {
@@ -144,7 +147,7 @@ TEST_F(ChatIndexerTest, IndexingStoresOneRowPerChunkWithItsPageAndModel) {
         EXPECT_EQ(row.embedding.size(), 8u);
     }
     EXPECT_EQ(pages, (std::set<std::string>{"Optional(1)", "Optional(2)", "Optional(3)"}));
-    EXPECT_EQ(service.getBookmark(conversation.bookmarkId)->indexingStatus, "indexed");
+    EXPECT_EQ(service.documentStore().bookmark(conversation.bookmarkId)->indexingStatus, "indexed");
     EXPECT_EQ(indexer->indexes().local->indexItems().size(), 3u);
     EXPECT_EQ(indexer->firstPageContentMap().at(conversation.bookmarkId), pageText(1));
 }
@@ -216,7 +219,7 @@ TEST_F(ChatIndexerTest, TheStrategyAndThePageCountChooseTheModel) {
         auto conversation = chat({pdf("doc" + std::to_string(n++) + ".pdf", c.pages)});
         conversation.customModelId = c.customModel ? 3 : 0;
         auto indexer = loaded(conversation);
-        const auto rows = service.getIndexItems(conversation.bookmarkId);
+        const auto rows = service.documentStore().indexItems(conversation.bookmarkId);
         ASSERT_EQ(rows.size(), size_t(c.pages));
         EXPECT_EQ(rows[0].embeddingModel, c.remote ? "text-embedding-3-small" : localModelName());
         const auto indexes = indexer->indexes();
@@ -241,8 +244,7 @@ TEST_F(ChatIndexerTest, StoredRowsGoToTheIndexOfTheirModel) {
                  {"distilbert", true, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.model);
-        service.deleteIndexItems(conversation.bookmarkId);
-        service.saveIndexItems({item}, c.model, conversation.bookmarkId);
+        service.documentStore().replaceIndexItems(conversation.bookmarkId, {item}, c.model);
         preferences.setOpenAIKey(c.key ? "sk-test" : "");
         auto chatWithModel = conversation;
         chatWithModel.customModelId = c.key ? 0 : 1;
@@ -260,18 +262,19 @@ TEST_F(ChatIndexerTest, StoredRowsGoToTheIndexOfTheirModel) {
 TEST_F(ChatIndexerTest, ADocumentLeftIndexingByACrashIsProcessedAnewWithoutDuplicates) {
     const auto conversation = chat({pdf("a.pdf", 2)});
     // What a crash between the insert and the last status write leaves.
-    service.saveIndexItems({IndexItem{"old", pageText(1), std::vector<float>(8, 1), {}}}, "",
-                           conversation.bookmarkId);
-    service.updateIndexingStatus(conversation.bookmarkId, "indexing");
+    service.documentStore().replaceIndexItems(
+        conversation.bookmarkId, {IndexItem{"old", pageText(1), std::vector<float>(8, 1), {}}},
+        localModelName());
+    service.documentStore().setIndexingStatus(conversation.bookmarkId, "indexing");
 
     auto indexer = loaded(conversation);
-    const auto rows = service.getIndexItems(conversation.bookmarkId);
+    const auto rows = service.documentStore().indexItems(conversation.bookmarkId);
     EXPECT_EQ(rows.size(), 2u);
     for (const auto& row : rows) EXPECT_NE(row.id, "old");
-    EXPECT_EQ(service.getBookmark(conversation.bookmarkId)->indexingStatus, "indexed");
+    EXPECT_EQ(service.documentStore().bookmark(conversation.bookmarkId)->indexingStatus, "indexed");
 }
 
-TEST_F(ChatIndexerTest, TryAgainAfterAFailureKeepsEachDocumentsRowsSingle) {
+TEST_F(ChatIndexerTest, AFailedDocumentShowsWhyWhileTheOthersAnswerAndCanBeReprocessed) {
     const auto first = pdf("first.pdf", 2);
     const auto second = pdf("second.pdf", 8);
     const auto conversation = chat({first, second});
@@ -280,23 +283,26 @@ TEST_F(ChatIndexerTest, TryAgainAfterAFailureKeepsEachDocumentsRowsSingle) {
     local->failingPages = {1, 3, 4, 5, 6, 7, 8};
     auto indexer = loaded(conversation);
     auto state = indexer->state();
-    EXPECT_EQ(state.loadingState, LoadingState::failed);
-    EXPECT_EQ(state.loadingFailReason, ChatIndexer::failReason);
+    EXPECT_EQ(state.loadingState, LoadingState::loaded);
     EXPECT_EQ(state.documents[0].indexingState, IndexingState::indexed);
     EXPECT_EQ(state.documents[1].indexingState, IndexingState::failed);
+    EXPECT_NE(state.documents[1].errorMessage.find("could not be turned into vectors"),
+              std::string::npos);
     const int64_t firstId = conversation.bookmarkId;
     const int64_t secondId = conversation.extraBookmarkIds.at(0);
-    EXPECT_EQ(service.getIndexItems(firstId).size(), 1u);
-    EXPECT_TRUE(service.getIndexItems(secondId).empty());
-    EXPECT_EQ(service.getBookmark(secondId)->indexingStatus, "none");
+    EXPECT_EQ(service.documentStore().indexItems(firstId).size(), 1u);
+    EXPECT_TRUE(service.documentStore().indexItems(secondId).empty());
+    EXPECT_EQ(service.documentStore().bookmark(secondId)->indexingStatus, "none");
+    EXPECT_EQ(indexer->indexes().local->indexItems().size(), 1u) << "nothing of the failed one";
 
-    local = std::make_shared<PageFailingEmbeddings>();
-    ASSERT_TRUE(indexer->loadIndex());  // "Try Again"
+    local->failingPages.clear();
+    indexer->rebuildIndex(secondId, false);
     indexer->wait();
     state = indexer->state();
-    EXPECT_EQ(state.loadingState, LoadingState::loaded);
-    EXPECT_EQ(service.getIndexItems(firstId).size(), 1u);
-    EXPECT_EQ(service.getIndexItems(secondId).size(), 8u);
+    EXPECT_EQ(state.documents[1].indexingState, IndexingState::indexed);
+    EXPECT_TRUE(state.documents[1].errorMessage.empty());
+    EXPECT_EQ(service.documentStore().indexItems(firstId).size(), 1u);
+    EXPECT_EQ(service.documentStore().indexItems(secondId).size(), 8u);
     EXPECT_EQ(indexer->indexes().local->indexItems().size(), 9u);
 }
 
@@ -311,36 +317,70 @@ TEST_F(ChatIndexerTest, FiveFailedChunksInABatchAreDroppedAndSixFailTheDocument)
         const auto state = indexer->state();
         if (failures == 5) {
             EXPECT_EQ(state.loadingState, LoadingState::loaded);
-            EXPECT_EQ(service.getIndexItems(conversation.bookmarkId).size(), 7u);
-            EXPECT_EQ(service.getBookmark(conversation.bookmarkId)->indexingStatus, "indexed");
+            EXPECT_EQ(service.documentStore().indexItems(conversation.bookmarkId).size(), 7u);
+            EXPECT_EQ(service.documentStore().bookmark(conversation.bookmarkId)->indexingStatus,
+                      "indexed");
         } else {
             EXPECT_EQ(state.loadingState, LoadingState::failed);
-            EXPECT_TRUE(service.getIndexItems(conversation.bookmarkId).empty());
+            EXPECT_TRUE(service.documentStore().indexItems(conversation.bookmarkId).empty());
         }
     }
 }
 
-TEST_F(ChatIndexerTest, AFileThatIsNoPdfFailsTheChainAndStopsIt) {
-    const auto broken = dir / "broken.pdf";
-    test::writeFile(broken, "not a pdf at all");
-    const auto conversation = chat({fileUrlFromPath(broken), pdf("after.pdf", 1)});
+TEST_F(ChatIndexerTest, ADocumentThatCannotBeReadFailsWithItsCauseAndTheOthersGoOn) {
+    const auto gone = pdf("gone.pdf", 1);
+    const auto damaged = pdf("damaged.pdf", 1);
+    const auto conversation = chat({pdf("good.pdf", 1), gone, damaged});
+    // What can happen between intake and indexing: a file deleted, one
+    // overwritten by something that is no PDF, one without any text.
+    std::filesystem::remove(*pathFromFileUrl(gone));
+    test::writeFile(*pathFromFileUrl(damaged), "not a pdf at all");
+    test::writeFile(dir / "blank.pdf", test::makePdfWithPages({test::TestPage{}}));
+    auto blankChat = chat({fileUrlFromPath(dir / "blank.pdf")});
+
     auto indexer = loaded(conversation);
-    const auto state = indexer->state();
-    EXPECT_EQ(state.loadingState, LoadingState::failed);
-    EXPECT_EQ(state.loadingFailReason, ChatIndexer::failReason);
-    EXPECT_EQ(state.documents[0].indexingState, IndexingState::failed);
-    EXPECT_EQ(state.documents[1].indexingState, IndexingState::none);  // never reached
-    EXPECT_TRUE(service.getIndexItems(conversation.extraBookmarkIds[0]).empty());
+    auto state = indexer->state();
+    EXPECT_EQ(state.loadingState, LoadingState::loaded);
+    EXPECT_EQ(state.documents[0].indexingState, IndexingState::indexed);
+    const struct {
+        size_t document;
+        const char* words;
+    } failures[] = {{1, "“gone.pdf” cannot be found"}, {2, "“damaged.pdf” is not a PDF"}};
+    for (const auto& failure : failures) {
+        const auto& document = state.documents[failure.document];
+        EXPECT_EQ(document.indexingState, IndexingState::failed);
+        EXPECT_NE(document.errorMessage.find(failure.words), std::string::npos)
+            << document.errorMessage;
+    }
+
+    // Removing a failed document always works.
+    indexer->removeFromChat(conversation.extraBookmarkIds[0]);
+    EXPECT_EQ(indexer->state().documents.size(), 2u);
+
+    // A chat whose only document gives no text fails with that reason.
+    auto blank = loaded(blankChat);
+    EXPECT_EQ(blank->state().loadingState, LoadingState::failed);
+    EXPECT_NE(blank->state().loadingFailReason.find("“blank.pdf” has no text"), std::string::npos)
+        << blank->state().loadingFailReason;
 }
 
-TEST_F(ChatIndexerTest, ADocumentWithoutTextCountsAsIndexedWithNoRows) {
-    test::writeFile(dir / "blank.pdf", test::makePdfWithPages({test::TestPage{}}));
-    const auto conversation = chat({fileUrlFromPath(dir / "blank.pdf")});
-    auto indexer = loaded(conversation);
-    EXPECT_EQ(indexer->state().loadingState, LoadingState::loaded);
-    EXPECT_TRUE(indexer->state().isScannedDocument);
-    EXPECT_TRUE(service.getIndexItems(conversation.bookmarkId).empty());
-    EXPECT_EQ(service.getBookmark(conversation.bookmarkId)->indexingStatus, "indexed");
+TEST_F(ChatIndexerTest, TwoIndexersOfOneDocumentAtOnceStoreItsRowsOnce) {
+    const auto url = pdf("shared.pdf", 6);
+    const auto first = chat({url});
+    const auto second = chat({url});
+    ASSERT_EQ(first.bookmarkId, second.bookmarkId);
+    auto one = indexer(first);
+    auto other = indexer(second);
+    ASSERT_TRUE(one->loadIndex());
+    ASSERT_TRUE(other->loadIndex());
+    one->wait();
+    other->wait();
+    EXPECT_EQ(service.documentStore().indexItems(first.bookmarkId).size(), 6u);
+    for (auto* made : {one.get(), other.get()}) {
+        EXPECT_EQ(made->state().loadingState, LoadingState::loaded);
+        EXPECT_EQ(made->state().documents[0].indexingState, IndexingState::indexed);
+        EXPECT_EQ(made->indexes().local->indexItems().size(), 6u);
+    }
 }
 
 TEST_F(ChatIndexerTest, UnloadStopsTheChildrenAtTheirNextChunk) {
@@ -359,19 +399,19 @@ TEST_F(ChatIndexerTest, UnloadStopsTheChildrenAtTheirNextChunk) {
     indexer->wait();
     EXPECT_LE(started, 4);  // each child finishes the chunk it had begun
     EXPECT_FALSE(indexer->indexes().local);
-    EXPECT_TRUE(service.getIndexItems(conversation.bookmarkId).empty());
-    EXPECT_NE(service.getBookmark(conversation.bookmarkId)->indexingStatus, "indexed");
+    EXPECT_TRUE(service.documentStore().indexItems(conversation.bookmarkId).empty());
+    EXPECT_NE(service.documentStore().bookmark(conversation.bookmarkId)->indexingStatus, "indexed");
 }
 
 TEST_F(ChatIndexerTest, RebuildReplacesTheRowsOfOneDocument) {
     const auto conversation = chat({pdf("a.pdf", 3)});
     auto indexer = loaded(conversation);
-    const auto before = service.getIndexItems(conversation.bookmarkId);
+    const auto before = service.documentStore().indexItems(conversation.bookmarkId);
     updates.clear();
 
     indexer->rebuildIndex(conversation.bookmarkId, false);
     indexer->wait();
-    const auto after = service.getIndexItems(conversation.bookmarkId);
+    const auto after = service.documentStore().indexItems(conversation.bookmarkId);
     ASSERT_EQ(after.size(), before.size());
     for (const auto& row : before) EXPECT_FALSE(indexer->indexes().local->getItem(row.id));
     EXPECT_EQ(indexer->indexes().local->indexItems().size(), after.size());
@@ -381,7 +421,21 @@ TEST_F(ChatIndexerTest, RebuildReplacesTheRowsOfOneDocument) {
 
     indexer->rebuildIndex(9999, false);  // not in the chat: nothing happens
     indexer->wait();
-    EXPECT_EQ(service.getIndexItems(conversation.bookmarkId).size(), after.size());
+    EXPECT_EQ(service.documentStore().indexItems(conversation.bookmarkId).size(), after.size());
+
+    // A file moved away: the reprocess fails with the cause, and the old rows
+    // still answer, in the table and in the index.
+    std::filesystem::remove(dir / "a.pdf");
+    indexer->rebuildIndex(conversation.bookmarkId, false);
+    indexer->wait();
+    const auto document = indexer->state().documents[0];
+    EXPECT_EQ(document.indexingState, IndexingState::failed);
+    EXPECT_NE(document.errorMessage.find("cannot be found"), std::string::npos);
+    const auto kept = service.documentStore().indexItems(conversation.bookmarkId);
+    ASSERT_EQ(kept.size(), after.size());
+    EXPECT_EQ(kept[0].id, after[0].id);
+    EXPECT_EQ(indexer->indexes().local->indexItems().size(), after.size());
+    EXPECT_EQ(indexer->state().loadingState, LoadingState::loaded);
 }
 
 TEST_F(ChatIndexerTest, AddedDocumentsAreIndexedAndRemovedOnesLeaveTheirRows) {
@@ -407,7 +461,7 @@ TEST_F(ChatIndexerTest, AddedDocumentsAreIndexedAndRemovedOnesLeaveTheirRows) {
     EXPECT_TRUE(state.extraBookmarkIds.empty());
     EXPECT_TRUE(service.getConversation(conversation.id)->extraBookmarkIds.empty());
     EXPECT_EQ(indexer->indexes().local->indexItems().size(), 1u);
-    EXPECT_EQ(service.getIndexItems(addedId).size(), 2u);
+    EXPECT_EQ(service.documentStore().indexItems(addedId).size(), 2u);
 }
 
 TEST_F(ChatIndexerTest, IndexedFilesGetTheDefaultTagOnce) {

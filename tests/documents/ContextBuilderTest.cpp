@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "SimilaritySearchKit/CosineSimilarity.h"
-#include "chat/AppChatServiceError.h"
 #include "documents/ContextBuilder.h"
+#include "documents/ContextError.h"
 #include "fakes/FakeEmbeddings.h"
 #include "providers/GPTEncoder.h"
 #include "support/TempDir.h"
@@ -164,8 +164,8 @@ TEST_F(ContextBuilderTest, FailuresAndRedactionOfTheInstruction) {
     try {
         withoutLocal.generateSystemInstructionForQuery("q", "gpt-4o", 5);
         FAIL() << "expected initError";
-    } catch (const AppChatServiceError& error) {
-        EXPECT_EQ(error.errorCase(), AppChatServiceError::Case::initError);
+    } catch (const ContextError& error) {
+        EXPECT_EQ(error.errorCase(), ContextError::Case::noIndex);
     }
 
     ChatIndexes indexes{index(localModel), nullptr, nullptr};
@@ -182,7 +182,7 @@ TEST_F(ContextBuilderTest, FailuresAndRedactionOfTheInstruction) {
     try {
         builder.generateSystemInstructionForQuery(longQuery, "gpt-4", 5);
         FAIL() << "expected messageTooLong";
-    } catch (const AppChatServiceError& error) {
+    } catch (const ContextError& error) {
         EXPECT_STREQ(error.what(),
                      "Your prompt is too long. Try switching to another model or edit your "
                      "prompt.");

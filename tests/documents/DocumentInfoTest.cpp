@@ -25,7 +25,7 @@ class DocumentInfoTest : public ::testing::Test {
     Bookmark stored(const std::string& name, const std::string& bytes = "%PDF-1.4 one") {
         test::writeFile(dir / name, bytes);
         const auto chat = service.createConversation({fileUrlFromPath(dir / name)});
-        return *service.getBookmark(chat.bookmarkId);
+        return *service.documentStore().bookmark(chat.bookmarkId);
     }
 };
 
@@ -76,16 +76,18 @@ TEST_F(DocumentInfoTest, TheTwoStaleCasesDiffer) {
 
 TEST_F(DocumentInfoTest, UpdatingABookmarkPointsTheStaleDocumentToTheNewFile) {
     const Bookmark bookmark = stored("old.pdf");
-    service.saveIndexItems({IndexItem{"row", "text", {1, 2}, {}}}, "", bookmark.id);
+    service.documentStore().replaceIndexItems(bookmark.id, {IndexItem{"row", "text", {1, 2}, {}}},
+                                              "native");
     std::filesystem::remove(dir / "old.pdf");
-    std::vector<DocumentInfo> documents = documentInfos({*service.getBookmark(bookmark.id)});
+    std::vector<DocumentInfo> documents =
+        documentInfos({*service.documentStore().bookmark(bookmark.id)});
     ASSERT_TRUE(documents[0].isStale);
 
     test::writeFile(dir / "new/place.pdf", "%PDF-1.4 other content");
     const std::string newUrl = fileUrlFromPath(dir / "new/place.pdf");
-    ASSERT_TRUE(updateBookmark(service, bookmark.id, newUrl, documents));
+    updateBookmark(service.documentStore(), bookmark.id, newUrl, documents);
 
-    const Bookmark row = *service.getBookmark(bookmark.id);
+    const Bookmark row = *service.documentStore().bookmark(bookmark.id);
     EXPECT_EQ(row.filePath, bookmark.filePath);
     EXPECT_EQ(row.hash, documentDigest(dir / "new/place.pdf"));
     EXPECT_EQ(FileBookmark::resolve(row.data).path, dir / "new/place.pdf");
@@ -95,14 +97,15 @@ TEST_F(DocumentInfoTest, UpdatingABookmarkPointsTheStaleDocumentToTheNewFile) {
     EXPECT_EQ(documents[0].errorMessage, "");
     EXPECT_EQ(documents[0].indexingState, IndexingState::indexed);
     EXPECT_EQ(documents[0].bookmark, row);
-    EXPECT_EQ(service.getIndexItems(bookmark.id).size(), 1u);
+    EXPECT_EQ(service.documentStore().indexItems(bookmark.id).size(), 1u);
 
     // A file that is not there changes nothing.
     const auto before = documents;
-    EXPECT_FALSE(
-        updateBookmark(service, bookmark.id, fileUrlFromPath(dir / "gone.pdf"), documents));
+    EXPECT_THROW(updateBookmark(service.documentStore(), bookmark.id,
+                                fileUrlFromPath(dir / "gone.pdf"), documents),
+                 FileError);
     EXPECT_EQ(documents, before);
-    EXPECT_EQ(*service.getBookmark(bookmark.id), row);
+    EXPECT_EQ(*service.documentStore().bookmark(bookmark.id), row);
 }
 
 TEST(IndexingEnumsTest, RawValuesAreTheCaseNames) {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "documents/DocumentError.h"
 #include "documents/PdfDocument.h"
+#include "platform/FileBookmark.h"
 #include "support/TempDir.h"
 #include "support/TestPdf.h"
 
@@ -63,25 +65,39 @@ TEST(PdfDocument, ReadsTextLayersAnnotationsAndPageNumbers) {
     }
 }
 
-TEST(PdfDocument, RefusesWhatIsNotAReadablePdf) {
+TEST(PdfDocument, RefusesWhatIsNotAReadablePdfInWordsThatSayWhy) {
     TempDir dir;
     const std::string valid = test::makePdf({"secret words"});
-    const std::pair<const char*, std::string> cases[] = {
-        {"empty", ""},
-        {"text", "Just some words, nothing like a document.\n"},
-        {"binary noise", std::string("\x00\xff\x13\x37\x80\x81obj", 10)},
-        {"a PDF's body without its header", valid.substr(9)},
-        {"encrypted with a user password", test::encryptPdf(valid, "user", "owner")},
+    const struct {
+        const char* name;
+        std::string bytes;
+        const char* words;
+    } cases[] = {
+        {"empty", "", "is not a PDF document"},
+        {"text", "Just some words, nothing like a document.\n", "is not a PDF document"},
+        {"noise", std::string("\x00\xff\x13\x37\x80\x81obj", 10), "is not a PDF document"},
+        {"headless", valid.substr(9), "is not a PDF document"},
+        {"locked", test::encryptPdf(valid, "user", "owner"), "is encrypted"},
     };
-    for (const auto& [name, bytes] : cases) {
-        EXPECT_EQ(openBytes(dir, std::string(name) + ".pdf", bytes), nullptr) << name;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        try {
+            openBytes(dir, std::string(c.name) + ".pdf", c.bytes);
+            ADD_FAILURE() << "opened";
+        } catch (const DocumentError& error) {
+            const std::string expected = "“" + std::string(c.name) + ".pdf” " + c.words;
+            EXPECT_EQ(std::string(error.what()).rfind(expected, 0), 0u) << error.what();
+        }
+        if (std::string(c.words) == "is encrypted") {
+            EXPECT_THROW(PdfDocument::checkAdmissible(dir / "locked.pdf"), DocumentError);
+        }
     }
-    EXPECT_EQ(PdfDocument::open(dir / "missing.pdf"), nullptr);
-    EXPECT_EQ(PdfDocument::open(dir.path()), nullptr) << "a directory";
+    EXPECT_THROW(PdfDocument::open(dir / "missing.pdf"), FileError);
+    EXPECT_THROW(PdfDocument::open(dir.path()), FileError) << "a directory";
 
     auto ownerOnly = openBytes(dir, "owner.pdf", test::encryptPdf(valid, "", "owner"));
-    ASSERT_TRUE(ownerOnly) << "an empty user password opens";
-    EXPECT_EQ(ownerOnly->pageText(0), "secret words");
+    EXPECT_EQ(ownerOnly->pageText(0), "secret words") << "an empty user password opens";
+    EXPECT_FALSE(ownerOnly->wasRepaired());
 }
 
 TEST(PdfDocument, OpensADocumentWithoutPages) {
@@ -99,9 +115,14 @@ TEST(PdfDocument, SurvivesEveryTruncationOfAFile) {
     const std::string pdf =
         test::makePdfWithPages({TestPage{{"one"}}, annotated, TestPage{{"three"}}});
     for (size_t cut = 0; cut < pdf.size(); cut += 11) {
-        auto document = openBytes(dir, "cut.pdf", pdf.substr(0, cut));
-        if (!document) continue;
+        std::unique_ptr<PdfDocument> document;
+        try {
+            document = openBytes(dir, "cut.pdf", pdf.substr(0, cut));
+        } catch (const DocumentError&) {
+            continue;
+        }
         EXPECT_LE(document->pageCount(), 3) << cut;
+        EXPECT_TRUE(document->wasRepaired()) << cut;
         for (int i = 0; i < document->pageCount(); ++i) {
             document->pageText(i);
             document->annotations(i);

@@ -5,17 +5,17 @@
 #include <thread>
 
 #include "SimilaritySearchKit/DistilbertEmbeddings.h"
+#include "SimilaritySearchKit/EmbedderFactory.h"
+#include "SimilaritySearchKit/EmbeddingModelLoadError.h"
 #include "SimilaritySearchKit/LogCapture.h"
 #include "SimilaritySearchKit/NativeEmbeddings.h"
 #include "SimilaritySearchKit/OpenAIEmbeddings.h"
-#include "chat/AppChatService.h"
 #include "fakes/FakeEmbeddings.h"
 #include "platform/CurlHttpClient.h"
 #include "providers/OpenAI.h"
 #include "store/AppPreferences.h"
 #include "support/LoopbackServer.h"
 #include "support/TempDir.h"
-#include "support/TestDatabase.h"
 
 namespace folvane {
 namespace {
@@ -57,11 +57,15 @@ class RedirectingHttpClient : public HttpClient {
     std::vector<std::string> urls_;
 };
 
-class EmbeddingModelsTest : public ::testing::Test {
+class EmbedderFactoryTest : public ::testing::Test {
   protected:
     test::TempDir dir;
     AppPreferences preferences;
-    AppChatService service{test::makeDatabase(dir / "db.sqlite3"), preferences};
+    std::unique_ptr<EmbedderFactory> factory;
+
+    void configure(EmbedderFactory::Setup setup) {
+        factory = std::make_unique<EmbedderFactory>(preferences, std::move(setup));
+    }
     std::mutex mutex;
     std::vector<int> computeUnitsAsked;
 
@@ -70,7 +74,7 @@ class EmbeddingModelsTest : public ::testing::Test {
     enum class Outcome { encodes, failsTest, doesNotLoad };
 
     void useDistilbert(std::map<int, Outcome> outcomes) {
-        EmbeddingModels::Setup setup;
+        EmbedderFactory::Setup setup;
         setup.makeDistilbert = [this, outcomes](int units) -> std::shared_ptr<EmbeddingsProtocol> {
             {
                 std::scoped_lock lock(mutex);
@@ -84,11 +88,11 @@ class EmbeddingModelsTest : public ::testing::Test {
             if (outcome == Outcome::failsTest) model->fail("Test sentence");
             return model;
         };
-        service.configureEmbeddings(std::move(setup));
+        configure(std::move(setup));
     }
 };
 
-TEST_F(EmbeddingModelsTest, TheLocalModelFallsFromAllUnitsToCpuToTheLexicalModel) {
+TEST_F(EmbedderFactoryTest, TheLocalModelFallsFromAllUnitsToCpuToTheLexicalModel) {
     using O = Outcome;
     struct Case {
         const char* name;
@@ -124,11 +128,11 @@ TEST_F(EmbeddingModelsTest, TheLocalModelFallsFromAllUnitsToCpuToTheLexicalModel
         computeUnitsAsked.clear();
         LogCapture log;
         useDistilbert(c.outcomes);
-        const auto model = service.loadLocalEmbeddingModel();
+        const auto model = factory->local();
         EXPECT_EQ(computeUnitsAsked, c.asked);
-        EXPECT_EQ(service.localEmbeddingType(), c.type);
+        EXPECT_EQ(factory->localType(), c.type);
         EXPECT_EQ(model->encode("Test sentence").value().size(), c.dimension);
-        EXPECT_EQ(service.loadLocalEmbeddingModel(), model) << "made once";
+        EXPECT_EQ(factory->local(), model) << "made once";
         EXPECT_EQ(computeUnitsAsked, c.asked);
         EXPECT_EQ(log.contains("Failed to load the Core ML model. Error: truncated header in "
                                "model.safetensors"),
@@ -136,12 +140,12 @@ TEST_F(EmbeddingModelsTest, TheLocalModelFallsFromAllUnitsToCpuToTheLexicalModel
     }
 }
 
-TEST_F(EmbeddingModelsTest, MissingWeightsLeaveTheLexicalModelAndSaySo) {
+TEST_F(EmbedderFactoryTest, MissingWeightsLeaveTheLexicalModelAndSaySo) {
     LogCapture log;
-    service.configureEmbeddings({dir / "models", FOLVANE_TEST_RESOURCE_DIR, nullptr, nullptr});
-    const auto model = service.loadLocalEmbeddingModel();
+    configure({dir / "models", FOLVANE_TEST_RESOURCE_DIR, nullptr, nullptr});
+    const auto model = factory->local();
     EXPECT_NE(dynamic_cast<NativeEmbeddings*>(model.get()), nullptr);
-    EXPECT_EQ(service.localEmbeddingType(), EmbeddingModelType::native);
+    EXPECT_EQ(factory->localType(), EmbeddingModelType::native);
     bool said = false;
     for (const auto& line : log.lines()) {
         said = said || line.rfind("Failed to load the Core ML model. Error: ", 0) == 0;
@@ -149,9 +153,9 @@ TEST_F(EmbeddingModelsTest, MissingWeightsLeaveTheLexicalModelAndSaySo) {
     EXPECT_TRUE(said);
 }
 
-TEST_F(EmbeddingModelsTest, ConcurrentFirstCallsLoadOneModel) {
+TEST_F(EmbedderFactoryTest, ConcurrentFirstCallsLoadOneModel) {
     std::atomic<int> made = 0;
-    EmbeddingModels::Setup setup;
+    EmbedderFactory::Setup setup;
     setup.makeDistilbert = [&](int) -> std::shared_ptr<EmbeddingsProtocol> {
         ++made;
         auto model = std::make_shared<FakeEmbeddings>(768);
@@ -159,7 +163,7 @@ TEST_F(EmbeddingModelsTest, ConcurrentFirstCallsLoadOneModel) {
         model->onEncode = [](const std::string&) { std::this_thread::sleep_for(50ms); };
         return model;
     };
-    service.configureEmbeddings(std::move(setup));
+    configure(std::move(setup));
 
     constexpr int callers = 8;
     std::barrier start(callers);
@@ -169,22 +173,22 @@ TEST_F(EmbeddingModelsTest, ConcurrentFirstCallsLoadOneModel) {
         for (int i = 0; i < callers; ++i) {
             threads.emplace_back([&, i] {
                 start.arrive_and_wait();
-                models[static_cast<size_t>(i)] = service.loadLocalEmbeddingModel();
+                models[static_cast<size_t>(i)] = factory->local();
             });
         }
     }
     EXPECT_EQ(made.load(), 1);
     for (const auto& model : models) EXPECT_EQ(model, models.front());
-    EXPECT_EQ(service.localEmbeddingType(), EmbeddingModelType::distilbert);
+    EXPECT_EQ(factory->localType(), EmbeddingModelType::distilbert);
 }
 
-TEST_F(EmbeddingModelsTest, TheRemoteModelTakesItsNameKeyAndHostAtEachCall) {
+TEST_F(EmbedderFactoryTest, TheRemoteModelTakesItsNameKeyAndHostAtEachCall) {
     test::LoopbackServer server;
     server.setHandler(test::plainResponse(
         R"({"object":"list","data":[{"object":"embedding","embedding":[0.5],"index":0}],)"
         R"("model":"m","usage":{"prompt_tokens":1,"total_tokens":1}})"));
     auto http = std::make_shared<RedirectingHttpClient>(server.baseURL());
-    service.configureEmbeddings({{}, {}, http, nullptr});
+    configure({{}, {}, http, nullptr});
 
     const std::vector<std::pair<EmbeddingModelType, std::string>> names{
         {EmbeddingModelType::textEmbedding3_small, "text-embedding-3-small"},
@@ -194,7 +198,7 @@ TEST_F(EmbeddingModelsTest, TheRemoteModelTakesItsNameKeyAndHostAtEachCall) {
     };
     preferences.setOpenAIKey("sk-first");
     for (const auto& [type, name] : names) {
-        const auto model = service.remoteEmbeddingModel(type);
+        const auto model = factory->remote(type);
         ASSERT_EQ(dynamic_cast<OpenAIEmbeddings&>(*model).model(), name);
         EXPECT_EQ(model->encode("a chunk"), std::vector<float>{0.5f});
         EXPECT_EQ(json::parse(server.lastRequest().body)["model"], name);
@@ -204,10 +208,10 @@ TEST_F(EmbeddingModelsTest, TheRemoteModelTakesItsNameKeyAndHostAtEachCall) {
 
     // An embedder keeps the key it was made with; a new one takes the new key
     // and the custom host.
-    const auto before = service.remoteEmbeddingModel(EmbeddingModelType::openAI);
+    const auto before = factory->remote(EmbeddingModelType::openAI);
     preferences.setOpenAIKey("sk-second");
     preferences.setCustomHost("proxy.example.test:8443");
-    const auto after = service.remoteEmbeddingModel(EmbeddingModelType::openAI);
+    const auto after = factory->remote(EmbeddingModelType::openAI);
     EXPECT_NE(before, after);
     before->encode("x");
     EXPECT_EQ(server.lastRequest().header("Authorization"), "Bearer sk-first");
@@ -218,10 +222,7 @@ TEST_F(EmbeddingModelsTest, TheRemoteModelTakesItsNameKeyAndHostAtEachCall) {
     // Without a key the embedder is still made, and still knows its dimension.
     preferences.setOpenAIKey("");
     const size_t requests = server.requests().size();
-    EXPECT_EQ(service.remoteEmbeddingModel(EmbeddingModelType::openAI)
-                  ->encode("Test sentence")
-                  .value()
-                  .size(),
+    EXPECT_EQ(factory->remote(EmbeddingModelType::openAI)->encode("Test sentence").value().size(),
               1536u);
     EXPECT_EQ(server.requests().size(), requests);
 }

@@ -1,10 +1,8 @@
-#include "chat/EmbeddingModels.h"
+#include "SimilaritySearchKit/EmbedderFactory.h"
 
-#include "SimilaritySearchKit/BertTokenizer.h"
 #include "SimilaritySearchKit/DistilbertEmbeddings.h"
 #include "SimilaritySearchKit/NativeEmbeddings.h"
 #include "SimilaritySearchKit/OpenAIEmbeddings.h"
-#include "platform/CurlHttpClient.h"
 #include "platform/Log.h"
 #include "providers/OpenAI.h"
 #include "providers/OpenAISettings.h"
@@ -20,6 +18,8 @@ bool encodesTestSentence(EmbeddingsProtocol& model) {
     try {
         return model.encode(testSentence).has_value();
     } catch (const std::exception& error) {
+        // The caller falls back to the next way of loading, then to the
+        // lexical model: the failure is only worth a log line.
         log(std::string("Failed to encode the test sentence: ") + error.what());
         return false;
     }
@@ -27,22 +27,24 @@ bool encodesTestSentence(EmbeddingsProtocol& model) {
 
 }  // namespace
 
-EmbeddingModels::EmbeddingModels(const AppPreferences& preferences, Setup setup)
+EmbedderFactory::EmbedderFactory(const AppPreferences& preferences, Setup setup)
     : preferences_(preferences), setup_(std::move(setup)) {}
 
-std::shared_ptr<EmbeddingsProtocol> EmbeddingModels::makeDistilbert(int computeUnits) {
-    if (setup_.makeDistilbert) return setup_.makeDistilbert(computeUnits);
-    if (!bertTokenizer_) {
-        bertTokenizer_ = std::make_shared<const BertTokenizer>(setup_.resourceDirectory);
-    }
-    return std::make_shared<DistilbertEmbeddings>(
-        setup_.modelsDirectory / DistilbertEmbeddings::weightsFileName, bertTokenizer_,
-        computeUnits);
+std::shared_ptr<const BertTokenizer> EmbedderFactory::tokenizer() {
+    std::lock_guard lock(tokenizerMutex_);
+    if (!tokenizer_) tokenizer_ = std::make_shared<const BertTokenizer>(setup_.resourceDirectory);
+    return tokenizer_;
 }
 
-std::shared_ptr<EmbeddingsProtocol> EmbeddingModels::loadLocalEmbeddingModel() {
+std::shared_ptr<EmbeddingsProtocol> EmbedderFactory::makeDistilbert(int computeUnits) {
+    if (setup_.makeDistilbert) return setup_.makeDistilbert(computeUnits);
+    return std::make_shared<DistilbertEmbeddings>(
+        setup_.modelsDirectory / DistilbertEmbeddings::weightsFileName, tokenizer(), computeUnits);
+}
+
+std::shared_ptr<EmbeddingsProtocol> EmbedderFactory::local() {
     std::lock_guard lock(localMutex_);
-    if (localEmbeddingModel_) return localEmbeddingModel_;
+    if (local_) return local_;
 
     // All compute units first, then the CPU alone. On this platform both run
     // on the CPU from the same file, so a file that does not load is not
@@ -52,39 +54,30 @@ std::shared_ptr<EmbeddingsProtocol> EmbeddingModels::loadLocalEmbeddingModel() {
         try {
             model = makeDistilbert(computeUnits);
         } catch (const std::exception& error) {
+            // Without the encoder the lexical model below answers: a degraded
+            // but working index, as intended when no weights are installed.
             log(std::string("Failed to load the Core ML model. Error: ") + error.what());
             break;
         }
-        if (!model) {
-            log("Failed to load the Core ML model.");
-            break;
-        }
-        localEmbeddingModel_ = model;
-        localEmbeddingType_ = EmbeddingModelType::distilbert;
+        if (!model) break;
+        local_ = model;
+        localType_ = EmbeddingModelType::distilbert;
         if (encodesTestSentence(*model)) return model;
     }
 
-    localEmbeddingModel_ =
-        std::make_shared<NativeEmbeddings>("en", NativeEmbeddingType::sentenceEmbedding);
-    localEmbeddingType_ = EmbeddingModelType::native;
-    return localEmbeddingModel_;
+    local_ = std::make_shared<NativeEmbeddings>("en", NativeEmbeddingType::sentenceEmbedding);
+    localType_ = EmbeddingModelType::native;
+    return local_;
 }
 
-std::shared_ptr<HttpClient> EmbeddingModels::http() {
-    if (!setup_.http) setup_.http = std::make_shared<CurlHttpClient>();
-    return setup_.http;
-}
-
-std::shared_ptr<EmbeddingsProtocol> EmbeddingModels::remoteEmbeddingModel(EmbeddingModelType type) {
+std::shared_ptr<EmbeddingsProtocol> EmbedderFactory::remote(EmbeddingModelType type) {
     const std::string model = type == EmbeddingModelType::textEmbedding3_small
                                   ? "text-embedding-3-small"
                                   : "text-embedding-ada-002";
     const OpenAISettings settings{preferences_.customHost(), preferences_.organizationIdentifier(),
                                   preferences_.openAIKey()};
-    std::lock_guard lock(remoteMutex_);
-    auto client = std::make_shared<OpenAI>(http(), builtInConfiguration(settings));
-    openAIEmbeddingModel_ = std::make_shared<OpenAIEmbeddings>(std::move(client), model);
-    return openAIEmbeddingModel_;
+    auto client = std::make_shared<OpenAI>(setup_.http, builtInConfiguration(settings));
+    return std::make_shared<OpenAIEmbeddings>(std::move(client), model);
 }
 
 }  // namespace folvane
