@@ -133,8 +133,13 @@ std::vector<ExtractedPage> PdfTextExtractor::extractPagesDetailed(PdfPageSource&
             [&slot, image = std::move(*image), level, number, stop](TextRecognizer& recognizer) {
                 if (stop.stop_requested()) return;
                 try {
+                    // One line a line, a blank line between paragraphs, as the
+                    // page shows them: chunks, retrieval and highlights follow it.
                     std::string joined;
-                    for (const auto& line : recognizer.recognizeText(image, level)) joined += line;
+                    for (const auto& line : recognizer.recognizeText(image, level)) {
+                        if (!joined.empty()) joined += '\n';
+                        joined += line;
+                    }
                     slot.page = {pageDocument(std::move(joined), number), true};
                     slot.state = PageSlot::State::done;
                 } catch (const OcrError& error) {

@@ -106,6 +106,10 @@ std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage&
     std::vector<std::string> result;
     if (!lines->Empty(tesseract::RIL_TEXTLINE)) {
         do {
+            // A new paragraph (or block) after the first is marked by an empty line.
+            if (!result.empty() && lines->IsAtBeginningOf(tesseract::RIL_PARA)) {
+                result.emplace_back();
+            }
             std::unique_ptr<char[]> text(lines->GetUTF8Text(tesseract::RIL_TEXTLINE));
             if (text) result.push_back(trimLineEnd(text.get()));
         } while (lines->Next(tesseract::RIL_TEXTLINE));

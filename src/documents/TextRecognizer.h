@@ -20,7 +20,8 @@ inline int renderResolution(RecognitionLevel level) {
     return level == RecognitionLevel::accurate ? 300 : 150;
 }
 
-// Reads the text lines of an image, in reading order, each line's best reading.
+// Reads the text lines of an image, in reading order, each line's best reading;
+// an empty line stands between two paragraphs.
 // An object is used from one thread at a time; several objects may run at once.
 class TextRecognizer {
   public:

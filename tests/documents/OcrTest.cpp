@@ -93,7 +93,10 @@ TEST(OcrExtraction, AScannedDocumentIsReadWhollyByOcr) {
             EXPECT_EQ(read[i].document.pageContent, "Scanned page number " + std::to_string(i + 1));
         }
     }
-    EXPECT_EQ(read[3].document.pageContent, "Morning lightfalls softly");
+    // Tesseract's line break stays (a paragraph break may come with it).
+    std::string text = read[3].document.pageContent;
+    if (const auto blank = text.find("\n\n"); blank != std::string::npos) text.erase(blank, 1);
+    EXPECT_EQ(text, "Morning light\nfalls softly");
 }
 
 TEST(OcrExtraction, AShortPageIsReadByOcrAndTheOthersByTheirTextLayer) {

@@ -228,13 +228,13 @@ TEST(PdfTextExtractor, OnlyTheExactSettingAccurateMeansTheAccurateLevel) {
     }
 }
 
-TEST(PdfTextExtractor, JoinsRecognizedLinesWithNothingBetweenThem) {
+TEST(PdfTextExtractor, KeepsTheLinesAndParagraphsOfTheRecognizedText) {
     Harness harness;
     harness.readings[0] = {{"The last word of a line", "and the first of the next", "", "end"}, {}};
     FakePdf pdf({textPage("", 1)});
     const auto pages = harness.extractor().extractPages(pdf, false, true);
     ASSERT_EQ(pages.size(), 1u);
-    EXPECT_EQ(pages[0].pageContent, "The last word of a lineand the first of the nextend");
+    EXPECT_EQ(pages[0].pageContent, "The last word of a line\nand the first of the next\n\nend");
 }
 
 TEST(PdfTextExtractor, CarriesThePdfsOwnPageNumbers) {
