@@ -104,6 +104,10 @@ ChatQuery chatQuery(std::vector<Chat> chats, const Conversation& conversation) {
 
 }  // namespace
 
+int AppChatService::contextLength(const Conversation& conversation) {
+    return router_->contextLength(conversation);
+}
+
 void AppChatService::chatStream(const std::string& systemInstruction,
                                 const std::vector<Message>& messages,
                                 const Conversation& conversation,

@@ -53,6 +53,7 @@ class AppChatService final : public ChatService {
                     const Conversation& conversation,
                     const std::function<void(const ChatStreamResult&)>& onResult,
                     std::stop_token stop) override;
+    int contextLength(const Conversation& conversation) override;
 
     Conversation createConversation(const std::vector<std::string>& urls) override;
 

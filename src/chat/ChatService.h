@@ -39,6 +39,10 @@ class ChatService {
                             const std::function<void(const ChatStreamResult&)>& onResult,
                             std::stop_token stop) = 0;
 
+    // The context length of the chat's route (the one chatStream fits the
+    // history into). Throws AppChatServiceError for a route that fails.
+    virtual int contextLength(const Conversation& conversation) = 0;
+
     // Conversations.
     virtual std::vector<Conversation> getConversations(int64_t afterId) = 0;
     virtual std::optional<Conversation> getConversation(int64_t id) = 0;

@@ -64,39 +64,50 @@ std::shared_ptr<OpenAI> ClientRouter::builtInClient(bool requireKey) {
     return client;
 }
 
-ClientRouter::Route ClientRouter::resolveClient(const Conversation& conversation) {
+std::optional<CustomModel> ClientRouter::customModelOf(const Conversation& conversation) {
     const int64_t id = conversation.customModelId;
+    if (id < 1) return std::nullopt;
     std::optional<CustomModel> custom;
-    if (id >= 1) {
+    {
         std::lock_guard lock(mutex_);
         if (auto cached = customModels_.find(id); cached != customModels_.end()) {
             custom = cached->second;
         }
     }
-    if (id >= 1 && !custom) custom = customModelHelper_.find(id);
-    if (custom) secrets_.fill(*custom);
-
-    const auto catalogue = preferences_.openRouterModels();
-    Route route;
-    route.customModel = custom;
-    route.contextLength = custom ? tokenLimit(conversation.model, custom->provider, catalogue)
-                                 : tokenLimit(conversation.model, "OpenAI", catalogue);
-
-    if (id == 0) {
-        route.client = builtInClient(false);
-        return route;
-    }
+    if (!custom) custom = customModelHelper_.find(id);
     if (!custom) throw AppChatServiceError(AppChatServiceError::Case::initError);
     if (!chatCanUse(custom->provider)) {
         throw AppChatServiceError(AppChatServiceError::Case::unsupportedApiProvider);
     }
-    route.client = std::make_shared<OpenAI>(
-        makeHttpClient_(), configured([&] { return customModelConfiguration(*custom); }));
-    if (custom->provider == "MistralAI") {
-        route.contextLength = 8000;
-    } else if (custom->provider == "Ollama" || custom->provider == "LocalAI") {
-        route.contextLength = custom->contextLength;
+    return custom;
+}
+
+int ClientRouter::contextLengthOf(const Conversation& conversation,
+                                  const std::optional<CustomModel>& custom) const {
+    if (custom && custom->provider == "MistralAI") return 8000;
+    if (custom && (custom->provider == "Ollama" || custom->provider == "LocalAI")) {
+        return custom->contextLength;
     }
+    return tokenLimit(conversation.model, custom ? custom->provider : "OpenAI",
+                      preferences_.openRouterModels());
+}
+
+int ClientRouter::contextLength(const Conversation& conversation) {
+    return contextLengthOf(conversation, customModelOf(conversation));
+}
+
+ClientRouter::Route ClientRouter::resolveClient(const Conversation& conversation) {
+    Route route;
+    route.customModel = customModelOf(conversation);
+    route.contextLength = contextLengthOf(conversation, route.customModel);
+    if (!route.customModel) {
+        route.client = builtInClient(false);
+        return route;
+    }
+    secrets_.fill(*route.customModel);
+    route.client = std::make_shared<OpenAI>(makeHttpClient_(), configured([&] {
+                                                return customModelConfiguration(*route.customModel);
+                                            }));
     return route;
 }
 

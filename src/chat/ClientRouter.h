@@ -38,6 +38,10 @@ class ClientRouter {
     // Throws AppChatServiceError: initError when the chat's custom model is
     // gone or unusable, unsupportedApiProvider for a provider a chat can't use.
     Route resolveClient(const Conversation& conversation);
+    // The context length of the chat's route, without making its client: what
+    // fits the history and what the check before retrieval allows. Throws
+    // as resolveClient does for a custom model that is gone or refused.
+    int contextLength(const Conversation& conversation);
     // The client for speech and transcription, always OpenAI's. Throws
     // apiKeyMissing without a key.
     std::shared_ptr<OpenAI> defaultClient();
@@ -47,6 +51,10 @@ class ClientRouter {
 
   private:
     std::shared_ptr<OpenAI> builtInClient(bool requireKey);
+    // The chat's custom model (none for the built-in route), checked.
+    std::optional<CustomModel> customModelOf(const Conversation& conversation);
+    int contextLengthOf(const Conversation& conversation,
+                        const std::optional<CustomModel>& custom) const;
 
     const AppPreferences& preferences_;
     CustomModelHelper customModelHelper_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "chat/ChatService.h"
 #include "chat/CompletionStream.h"
 #include "conversation/RequestSink.h"
 #include "conversation/ToolCallHandler.h"
@@ -85,7 +86,17 @@ bool MessageRequest::buildContext(std::string& systemInstruction, std::vector<Me
         });
     };
 
-    const ContextBuilder builder(setup_.indexes, setup_.bookmarks, encoder_, setup_.provider,
+    // The question is checked against what the chat's route may hold.
+    int contextLength = 0;
+    if (setup_.contextMode == ChatContextMode::all) {
+        try {
+            contextLength = service_.contextLength(setup_.conversation);
+        } catch (const std::exception& error) {
+            fail(errorText(error));
+            return false;
+        }
+    }
+    const ContextBuilder builder(setup_.indexes, setup_.bookmarks, encoder_, contextLength,
                                  setup_.redaction);
     switch (setup_.contextMode) {
         case ChatContextMode::all: {

@@ -32,7 +32,6 @@ struct RequestSetup {
     std::string userInstruction;
     bool appendUserInstruction = false;
     std::string requestModel;  // the model of the user's message
-    std::string provider;      // the chat's custom model's provider, or "OpenAI"
     std::vector<Bookmark> bookmarks;
     ChatIndexes indexes;
     RedactionOptions redaction;

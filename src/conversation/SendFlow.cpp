@@ -117,7 +117,6 @@ void SendFlow::sendMessage(std::string content, bool shouldSave, ChatContextMode
     setup.userInstruction = services_.preferences.userInstruction();
     setup.appendUserInstruction = services_.preferences.appendUserInstructionToUserMessage();
     setup.requestModel = message.model;
-    setup.provider = state.customModel ? state.customModel->provider : "OpenAI";
     if (ChatIndexer* indexer = chat_.indexer()) {
         setup.bookmarks = indexer->bookmarks();
         setup.indexes = indexer->indexes();

@@ -6,7 +6,6 @@
 #include "platform/FileUrl.h"
 #include "platform/Log.h"
 #include "providers/GPTEncoder.h"
-#include "providers/TokenHelper.h"
 
 namespace folvane {
 
@@ -51,12 +50,12 @@ std::string documentsMetadataText(const std::vector<Bookmark>& bookmarks) {
 }
 
 ContextBuilder::ContextBuilder(ChatIndexes indexes, std::vector<Bookmark> bookmarks,
-                               const GPTEncoder& encoder, std::string provider,
+                               const GPTEncoder& encoder, int contextLength,
                                RedactionOptions redaction)
     : indexes_(std::move(indexes)),
       bookmarks_(std::move(bookmarks)),
       encoder_(encoder),
-      provider_(std::move(provider)),
+      contextLength_(contextLength),
       redaction_(redaction) {}
 
 std::string_view ContextBuilder::instructionTemplate(std::string_view model) {
@@ -117,7 +116,7 @@ ContextBuilder::Instruction ContextBuilder::generateSystemInstructionForQuery(
         replaced(instructionTemplate(model), "{metadata}", documentsMetadataText());
     result.contentBlock = contentBlock(contextText(result.results));
 
-    const int limit = tokenLimit(model, provider_);
+    const int limit = contextLength_;
     log("tokenLengthLimit " + std::to_string(limit));
     if (encoder_.count(instruction + query) > size_t(std::max(limit, 0))) {
         throw ContextError(ContextError::Case::messageTooLong);

@@ -43,14 +43,14 @@ class ContextBuilder {
         std::vector<SearchResult> results;
     };
 
-    // provider: the chat's custom model's provider, or "OpenAI" without one.
+    // contextLength: what the chat's route may hold, in tokens.
     ContextBuilder(ChatIndexes indexes, std::vector<Bookmark> bookmarks, const GPTEncoder& encoder,
-                   std::string provider, RedactionOptions redaction);
+                   int contextLength, RedactionOptions redaction);
 
     // The `count` best chunks of the three indexes for the query, in an
     // instruction for the model. Throws ContextError: noIndex without a
     // local index, messageTooLong when the instruction and the query together
-    // pass the model's token limit.
+    // pass the route's context length.
     Instruction generateSystemInstructionForQuery(const std::string& query,
                                                   const std::string& model, int count) const;
     // The plain instruction with the list of the documents, whatever the model:
@@ -75,7 +75,7 @@ class ContextBuilder {
     ChatIndexes indexes_;
     std::vector<Bookmark> bookmarks_;
     const GPTEncoder& encoder_;
-    std::string provider_;
+    int contextLength_;
     RedactionOptions redaction_;
 };
 

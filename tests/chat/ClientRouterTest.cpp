@@ -67,9 +67,22 @@ TEST_F(ClientRouterTest, ContextLengthsByProvider) {
     const int64_t mistral = custom("MistralAI", "https://api.mistral.ai/v1", 32000);
     const int64_t ollama = custom("Ollama", "http://localhost:11434", 6000);
     const int64_t local = custom("LocalAI", "http://localhost:8080/v1/chat/completions", 3000);
-    EXPECT_EQ(router.resolveClient(chat("mistral-large", mistral)).contextLength, 8000);
-    EXPECT_EQ(router.resolveClient(chat("llama3", ollama)).contextLength, 6000);
-    EXPECT_EQ(router.resolveClient(chat("qwen", local)).contextLength, 3000);
+    const int64_t openRouter = custom("OpenRouter", "https://openrouter.ai/api", 0);
+    preferences.setOpenRouterModels(
+        nlohmann::json::array({{{"id", "vendor/long-model"}, {"context_length", 100000}}}));
+    const std::vector<std::pair<Conversation, int>> cases = {
+        {chat("mistral-large", mistral), 8000},
+        {chat("llama3", ollama), 6000},
+        {chat("qwen", local), 3000},
+        {chat("vendor/long-model", openRouter), 100000},
+        {chat("unknown-model"), 2048},
+    };
+    for (const auto& [conversation, length] : cases) {
+        SCOPED_TRACE(conversation.model);
+        EXPECT_EQ(router.resolveClient(conversation).contextLength, length);
+        // The check before retrieval sees the same length.
+        EXPECT_EQ(router.contextLength(conversation), length);
+    }
 }
 
 TEST_F(ClientRouterTest, ACustomModelsClientIsMadeForEachRequest) {

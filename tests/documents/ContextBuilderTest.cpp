@@ -133,8 +133,7 @@ TEST_F(ContextBuilderTest, TheInstructionComesFromTheFilledIndexesOnly) {
     indexes.local->addItem("2", "far", {{"bookmarkId", "4"}, {"page", "Optional(5)"}});
     const int remoteCalls = remoteModel->calls();
 
-    const ContextBuilder builder(indexes, {bookmark(4, "file:///d/a.pdf")}, encoder(), "OpenAI",
-                                 {});
+    const ContextBuilder builder(indexes, {bookmark(4, "file:///d/a.pdf")}, encoder(), 2048, {});
     const auto context = builder.generateSystemInstructionForQuery("the question", "gpt-4o", 5);
     EXPECT_EQ(remoteModel->calls(), remoteCalls);  // the empty remote indexes are not asked
     ASSERT_EQ(context.results.size(), 2u);
@@ -160,7 +159,7 @@ TEST_F(ContextBuilderTest, TheInstructionComesFromTheFilledIndexesOnly) {
 }
 
 TEST_F(ContextBuilderTest, FailuresAndRedactionOfTheInstruction) {
-    const ContextBuilder withoutLocal({}, {}, encoder(), "OpenAI", {});
+    const ContextBuilder withoutLocal({}, {}, encoder(), 2048, {});
     try {
         withoutLocal.generateSystemInstructionForQuery("q", "gpt-4o", 5);
         FAIL() << "expected initError";
@@ -170,7 +169,7 @@ TEST_F(ContextBuilderTest, FailuresAndRedactionOfTheInstruction) {
 
     ChatIndexes indexes{index(localModel), nullptr, nullptr};
     const ContextBuilder builder(indexes, {bookmark(1, "file:///d/mail%20me%40example.com.pdf")},
-                                 encoder(), "OpenAI", RedactionOptions{true, false, true, false});
+                                 encoder(), 2048, RedactionOptions{true, false, true, false});
     const auto context = builder.generateSystemInstructionForQuery("q", "gpt-4o", 5);
     EXPECT_TRUE(context.results.empty());
     EXPECT_EQ(context.instruction.find("example.com"), std::string::npos);
