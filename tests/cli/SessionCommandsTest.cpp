@@ -119,7 +119,9 @@ TEST_F(SessionCommandsTest, AStreamThatDoesNotEndWellFailsAndKeepsWhatCame) {
         const auto asked = cli({"ask", chatId, std::string("Question on ") + name});
         EXPECT_EQ(asked.exitCode, 1);
         EXPECT_THAT(asked.err, HasSubstr(words));
-        if (!kept.empty()) EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr(kept));
+        if (!kept.empty()) {
+            EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr(kept));
+        }
     }
     const auto empty = cli({"ask", chatId, " "});
     EXPECT_EQ(empty.exitCode, 1);
