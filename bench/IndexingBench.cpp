@@ -30,6 +30,7 @@
 #include "platform/MuPdfPageCounter.h"
 #include "platform/XattrFileTagStore.h"
 #include "providers/GPTEncoder.h"
+#include "providers/TokenHelper.h"
 #include "store/AppPreferences.h"
 #include "support/RatioReporter.h"
 #include "support/WordsPdf.h"
@@ -190,7 +191,8 @@ void BM_ThreeSearchesBaseline(benchmark::State& state) {
 
 void BM_QuestionRetrieval(benchmark::State& state) {
     auto& r = retrieval();
-    const ContextBuilder builder(r.indexes, r.bookmarks, r.encoder, "OpenAI", {});
+    const ContextBuilder builder(r.indexes, r.bookmarks, r.encoder, tokenLimit("gpt-4", "OpenAI"),
+                                 {});
     for (auto _ : state) {
         benchmark::DoNotOptimize(builder.generateSystemInstructionForQuery(question, "gpt-4", 5));
     }
