@@ -125,15 +125,6 @@ TEST(GPTEncoderTest, BlanksBeforeAWordLeaveTheLastBlankToTheWord) {
     EXPECT_THAT(sharedEncoder().pieces(""), IsEmpty());
 }
 
-TEST(GPTEncoderTest, TheByteTableMapsPrintableBytesToThemselvesAndTheRestUpwardFrom256) {
-    const auto& table = GPTEncoder::byteEncoder();
-    EXPECT_EQ(table['!'], "!");
-    EXPECT_EQ(table[0xFF], "\u00ff");
-    EXPECT_EQ(table[0], "\u0100");
-    EXPECT_EQ(table[' '], "\u0120");
-    EXPECT_EQ(table[0xAD], "\u0143");
-}
-
 TEST(GPTEncoderTest, ASingleByteNeedsNoRanksAndEmptyTextNoIds) {
     const GPTEncoder encoder{std::filesystem::path(test::resourceDir())};
     EXPECT_THAT(encoder.encode(""), IsEmpty());

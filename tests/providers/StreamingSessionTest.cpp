@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "providers/APIErrorResponse.h"
 #include "providers/DecodingError.h"
 #include "providers/OpenAIError.h"
 #include "providers/StreamingSession.h"
@@ -91,74 +90,6 @@ TEST(StreamingSessionTest, ScriptedBlocks) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(feed(c.blocks), c.expected) << c.name;
-    }
-}
-
-TEST(StreamingSessionTest, FirstBlockChecks) {
-    const std::string errorBody =
-        R"({"error":{"message":"Incorrect API key provided","type":"invalid_request_error","code":"invalid_api_key"}})";
-    struct Case {
-        const char* name;
-        HttpResponseHead head;
-        std::string block;
-        std::string message;
-        std::optional<std::string> type;
-        std::optional<std::string> code;
-    };
-    const std::vector<Case> cases = {
-        {"an error body with status 200",
-         {200, {}},
-         errorBody,
-         "Incorrect API key provided",
-         "invalid_request_error",
-         "invalid_api_key"},
-        {"an error body with status 401",
-         {401, {}},
-         errorBody,
-         "Incorrect API key provided",
-         "invalid_request_error",
-         "invalid_api_key"},
-        {"429 with retry-after",
-         {429, {{"Retry-After", "20"}}},
-         "slow down",
-         "Rate limit exceeded. Please try again after 20 seconds.",
-         "rate_limit_error",
-         "429"},
-        {"429 without retry-after",
-         {429, {}},
-         "slow down",
-         "Rate limit exceeded. Please try again later.",
-         "rate_limit_error",
-         "429"},
-        {"plain text with status 500",
-         {500, {}},
-         "Internal Server Error",
-         "Internal Server Error",
-         "server_error",
-         "500"},
-        {"an event line with status 503",
-         {503, {}},
-         test::deltaEvent("x"),
-         test::deltaEvent("x"),
-         "server_error",
-         "503"},
-    };
-    for (const auto& c : cases) {
-        std::vector<std::exception_ptr> errors;
-        int events = 0;
-        StreamingSession session([&](const ChatStreamResult&) { ++events; },
-                                 [&](std::exception_ptr error) { errors.push_back(error); });
-        session.receiveBlock(c.head, c.block);
-        ASSERT_EQ(errors.size(), 1u) << c.name;
-        EXPECT_EQ(events, 0) << c.name;
-        EXPECT_FALSE(session.errorChecked()) << c.name;
-        try {
-            std::rethrow_exception(errors[0]);
-        } catch (const APIErrorResponse& e) {
-            EXPECT_EQ(std::string(e.what()), c.message) << c.name;
-            EXPECT_EQ(e.error().type, c.type) << c.name;
-            EXPECT_EQ(e.error().code, c.code) << c.name;
-        }
     }
 }
 

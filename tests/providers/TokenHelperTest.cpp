@@ -116,27 +116,13 @@ TEST(TokenHelperTest, PricesMatchTheModelExactlyAndSplitByRole) {
     }
 }
 
-TEST(TokenHelperTest, TheTogetherCatalogueHoldsItsFixedRows) {
-    const auto models = togetherModels();
-    ASSERT_EQ(models.size(), 33u);
+TEST(TokenHelperTest, TheTogetherCatalogueAgreesWithTheLimitsAndIsFoundById) {
     std::set<std::string_view> ids;
-    int guanacos = 0;
-    for (const auto& model : models) {
+    for (const auto& model : togetherModels()) {
         EXPECT_TRUE(ids.insert(model.id).second) << "twice: " << model.id;
-        EXPECT_EQ(model.displayType, "chat");
-        EXPECT_FALSE(model.creatorOrganization.empty());
-        EXPECT_FALSE(model.description.empty());
-        EXPECT_FALSE(model.pricing.hourly.has_value());
-        EXPECT_EQ(tokenLimit(model.id, "TogetherAI"), model.contextLength);
-        if (model.displayName.starts_with("Guanaco")) {
-            ++guanacos;
-            EXPECT_TRUE(model.displayName.ends_with(") ")) << model.displayName;
-        }
+        EXPECT_EQ(tokenLimit(model.id, "TogetherAI"), model.contextLength) << model.id;
     }
-    EXPECT_EQ(guanacos, 4);
-    EXPECT_EQ(models.front().id, "DiscoResearch/DiscoLM-mixtral-8x7b-v2");
-    EXPECT_EQ(models.back().id, "togethercomputer/guanaco-7b");
-    EXPECT_DOUBLE_EQ(models[2].pricing.input, 225);
+    EXPECT_EQ(ids.size(), 33u);
     ASSERT_NE(findTogetherModel("HuggingFaceH4/zephyr-7b-beta"), nullptr);
     EXPECT_EQ(findTogetherModel("HuggingFaceH4/zephyr-7b-beta")->displayName, "Zephyr-7B-ß");
     EXPECT_EQ(findTogetherModel("openchat/openchat-3.5"), nullptr);

@@ -231,17 +231,6 @@ TEST(WireTypesTest, DecimalText) {
     for (const auto& [value, text] : cases) EXPECT_EQ(decimalText(value), text) << value;
 }
 
-TEST(WireTypesTest, SpeechAndEmbeddingsQueries) {
-    EXPECT_EQ(toJson(AudioSpeechQuery{"tts-1", "Hello", "alloy", std::nullopt, std::nullopt}),
-              json::parse(R"({"model":"tts-1","input":"Hello","voice":"alloy"})"));
-    EXPECT_EQ(
-        toJson(AudioSpeechQuery{"tts-1", "Hello", "alloy", "mp3", 1.25}),
-        json::parse(
-            R"({"model":"tts-1","input":"Hello","voice":"alloy","response_format":"mp3","speed":1.25})"));
-    EXPECT_EQ(toJson(EmbeddingsQuery{"text-embedding-ada-002", "a chunk"}),
-              json::parse(R"({"model":"text-embedding-ada-002","input":"a chunk"})"));
-}
-
 TEST(WireTypesTest, ConfigurationForHost) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"api.example.com", "https://api.example.com"},
