@@ -99,14 +99,6 @@ TEST_F(ChatDetailViewModelTest, UpdatesWriteTheStoreBothCopiesAndTheDefaults) {
     EXPECT_EQ(preferences.defaultModel(), "gpt-4o-mini");
 }
 
-TEST_F(ChatDetailViewModelTest, TitlesComeFromTheFileAndStay) {
-    const auto first = makeChat({"Page"}, "gpt-4", "Annual Report.pdf");
-    const auto second = makeChat({"Page"}, "gpt-4", "Annual Report.pdf");
-    EXPECT_EQ(first.title, "Annual Report");
-    EXPECT_EQ(second.title, first.title);
-    EXPECT_FALSE(first.suggestedQuestion1 || first.suggestedQuestion2 || first.suggestedQuestion3);
-}
-
 TEST_F(ChatDetailViewModelTest, MessageOperationsKeepStoreAndStateTogether) {
     const auto chat = makeChat({"Page"});
     const auto question = insert(chat, "user", "Question");

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 
@@ -62,6 +61,9 @@ TEST(ChatExportTest, EachFormatWritesOnlyTheUsersAndTheAssistantsMessages) {
         std::string(HtmlChatWriter::head) + body + std::string(HtmlChatWriter::tail);
     const std::string emptyPage =
         std::string(HtmlChatWriter::head) + std::string(HtmlChatWriter::tail);
+    Message escaped = message("assistant", "Quote: \"x\" \\ done\n");
+    escaped.name = "ignored";
+    escaped.functionName = "ignored";
     const std::vector<Case> cases{
         {ChatExportFormat::markdown, sampleChat(), markdown},
         {ChatExportFormat::html, sampleChat(), page},
@@ -71,24 +73,15 @@ TEST(ChatExportTest, EachFormatWritesOnlyTheUsersAndTheAssistantsMessages) {
         {ChatExportFormat::json, {}, "[]"},
         // Only rows that are never exported: the same as an empty chat.
         {ChatExportFormat::json, {message("system", "x"), message("application", "")}, "[]"},
+        // Only role and content, escaped.
+        {ChatExportFormat::json,
+         {escaped},
+         R"([{"content":"Quote: \"x\" \\ done\n","role":"assistant"}])"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ChatExporter::render(c.format, c.messages), c.expected)
             << rawValue(c.format) << " of " << c.messages.size() << " messages";
     }
-}
-
-TEST(ChatExportTest, ThePageHasItsFixedHeadAndTail) {
-    const std::string page = ChatExporter::render(ChatExportFormat::html, {message("user", "Hi")});
-    EXPECT_EQ(page.substr(0, 16), "<!DOCTYPE html>\n");
-    EXPECT_EQ(HtmlChatWriter::head,
-              "<!DOCTYPE html>\n<html>\n\n<head>\n    <meta charset=\"UTF-8\">\n"
-              "    <meta name=\"viewport\" content=\"width=device-width, initial-scale=1.0, "
-              "maximum-scale=1.0, user-scalable=no\">\n    <style>\n        :root {\n"
-              "            color-scheme: light dark !important;\n        }\n    </style>\n"
-              "</head>\n\n<body>\n");
-    EXPECT_EQ(HtmlChatWriter::tail, "\n</body>\n\n</html>");
-    EXPECT_TRUE(page.ends_with("</p>\n\n</body>\n\n</html>"));
 }
 
 TEST(ChatExportTest, TheMarkdownConverterSpeaksGitHubMarkdownAndRunsNoHtml) {
@@ -110,17 +103,6 @@ TEST(ChatExportTest, TheMarkdownConverterSpeaksGitHubMarkdownAndRunsNoHtml) {
     const std::string html = HtmlChatWriter::markdownToHtml("<script>alert(1)</script>\n\nok");
     EXPECT_THAT(html, Not(HasSubstr("<script>")));
     EXPECT_THAT(html, HasSubstr("<p>ok</p>"));
-}
-
-TEST(ChatExportTest, TheJsonIsAnArrayOfRoleAndContentObjects) {
-    Message answer = message("assistant", "Quote: \"x\" \\ done\n");
-    answer.name = "ignored";
-    answer.functionName = "ignored";
-    const auto parsed = nlohmann::json::parse(
-        ChatExporter::render(ChatExportFormat::json, {message("user", "Q"), answer}));
-    ASSERT_TRUE(parsed.is_array());
-    ASSERT_EQ(parsed.size(), 2u);
-    EXPECT_EQ(parsed[1], (nlohmann::json{{"role", "assistant"}, {"content", answer.content}}));
 }
 
 TEST(ChatExportTest, EveryDefaultNameIsANewLowerCaseUuid) {

@@ -42,11 +42,6 @@ TEST(CustomModelDefaultsTest, ANewRowStartsWithItsProvidersNameEndpointAndContex
         EXPECT_EQ(row.name, c.name) << c.provider;
         EXPECT_EQ(row.apiEndpoint, c.endpoint) << c.provider;
         EXPECT_EQ(row.contextLength, c.context) << c.provider;
-        EXPECT_FALSE(row.id);
-        EXPECT_EQ(row.modelId, "");
-        EXPECT_TRUE(row.useStream);
-        EXPECT_EQ(row.headers, std::vector<CustomModelHeaderEntry>{});
-        EXPECT_FALSE(row.deleted);
     }
     EXPECT_THAT(CustomModelDefaults::addableProviders(),
                 ElementsAre("AzureOpenAI", "OpenRouter", "MistralAI", "PerplexityAI", "TogetherAI",

@@ -20,6 +20,7 @@ TEST(MessageSearchTest, FindsWithoutCaseAndMarksOnlyTheTypedCase) {
         message(2, "assistant", "BITCOIN is a currency; Bitcoin too."),
         message(3, "user", "Nothing here"),
         message(4, "application", ""),
+        message(5, "assistant", "Über alles"),
     };
     struct Case {
         std::string keyword;
@@ -31,6 +32,7 @@ TEST(MessageSearchTest, FindsWithoutCaseAndMarksOnlyTheTypedCase) {
         {"bitcoin",
          {{1, "What is Bitcoin? **bitcoin**!"}, {2, "BITCOIN is a currency; Bitcoin too."}}},
         {"here", {{3, "Nothing **here**"}}},
+        {"über", {{5, "Über alles"}}},  // found, not marked: the case differs
         {"absent", {}},
         {"", {}},
     };
@@ -43,12 +45,6 @@ TEST(MessageSearchTest, FindsWithoutCaseAndMarksOnlyTheTypedCase) {
         }
     }
     EXPECT_EQ(messages[0].content, "What is Bitcoin? bitcoin!");  // the originals stay
-}
-
-TEST(MessageSearchTest, LowersNonAsciiLettersToo) {
-    const auto results = searchMessages({message(1, "assistant", "Über alles")}, "über");
-    ASSERT_EQ(results.size(), 1u);
-    EXPECT_EQ(results[0].content, "Über alles");  // found, not marked: the case differs
 }
 
 TEST(PageNavigatorTest, ASendReachesEveryReceiverListeningAndNothingWithoutOne) {
