@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and starts Folvane.
-#   ./run.sh              the application (for now: the chat list in the terminal)
+#   ./run.sh [FILE.pdf...]  the application
 #   ./run.sh --cli ARGS   the command-line front end
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -11,4 +11,4 @@ if [ "${1:-}" = "--cli" ]; then
     shift
     exec build/bin/folvane-cli "$@"
 fi
-exec build/bin/folvane-cli chats "$@"
+exec build/bin/folvane "$@"

@@ -18,6 +18,10 @@ packages=(
     clang-14 libclang-rt-14-dev mupdf-tools tesseract-ocr libfaiss-dev libsimdjson-dev
     # a real Secret Service for the integration tests
     dbus dbus-daemon gnome-keyring
+    # the window: Qt 6 Widgets with its web view for the transcript, and an X
+    # server with a window manager for the tests that drive the real window
+    qt6-base-dev qt6-webengine-dev qt6-webchannel-dev qt6-qpa-plugins libgl-dev
+    xvfb xauth xdotool openbox imagemagick
 )
 
 # Node.js runs npm for the pinned build assets below; any recent version will do.

@@ -98,6 +98,10 @@ std::unique_ptr<ChatIndexer> AppCore::makeIndexer(const Conversation& conversati
         std::move(listener));
 }
 
+FileOpener AppCore::fileOpener() {
+    return FileOpener(service(), chatList());
+}
+
 std::unique_ptr<CustomModelListViewModel> AppCore::makeCustomModelList() {
     return std::make_unique<CustomModelListViewModel>(service(), preferences());
 }

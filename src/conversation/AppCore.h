@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "conversation/ChatDetailViewModel.h"
+#include "conversation/FileOpener.h"
 #include "platform/AppPaths.h"
 
 namespace folvane {
@@ -55,6 +56,8 @@ class AppCore {
     std::unique_ptr<ChatIndexer> makeIndexer(const Conversation& conversation,
                                              ChatIndexer::Listener listener);
     std::unique_ptr<CustomModelListViewModel> makeCustomModelList();
+    // The road by which files become a chat, over the service and the chat list.
+    FileOpener fileOpener();
 
   private:
     AppPaths paths_;

@@ -1,0 +1,64 @@
+#include "shell/app/WindowManager.h"
+
+#include <QMessageBox>
+
+#include "conversation/AppCore.h"
+#include "platform/FileUrl.h"
+#include "shell/chat/ChatWindow.h"
+#include "shell/start/StartWindow.h"
+
+namespace folvane {
+
+WindowManager::WindowManager(AppCore& core, QObject* parent) : QObject(parent), core_(core) {}
+
+WindowManager::~WindowManager() {
+    for (auto& [id, window] : chats_) delete window.data();
+    delete start_.data();
+}
+
+void WindowManager::showWelcome() {
+    if (!start_) {
+        start_ = new StartWindow(*this);
+        start_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    start_->show();
+    start_->raise();
+    start_->activateWindow();
+}
+
+void WindowManager::openChat(int64_t conversationId) {
+    auto& slot = chats_[conversationId];
+    if (!slot) {
+        slot = new ChatWindow(conversationId, *this);
+        slot->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    slot->show();
+    slot->raise();
+    slot->activateWindow();
+}
+
+StartWindow* WindowManager::startWindow() const {
+    return start_.data();
+}
+
+ChatWindow* WindowManager::chatWindow(int64_t conversationId) const {
+    auto it = chats_.find(conversationId);
+    return it == chats_.end() ? nullptr : it->second.data();
+}
+
+int64_t WindowManager::openFiles(const QStringList& paths, QWidget* alertParent) {
+    std::vector<std::string> urls;
+    for (const QString& path : paths) urls.push_back(fileUrlFromPath(path.toStdString()));
+    try {
+        const auto id = core_.fileOpener().openURLs(urls);
+        if (!id) return 0;
+        openChat(*id);
+        return *id;
+    } catch (const std::exception& error) {
+        QMessageBox::critical(alertParent, QStringLiteral("Failed"),
+                              QString::fromStdString(error.what()));
+        return 0;
+    }
+}
+
+}  // namespace folvane

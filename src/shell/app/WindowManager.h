@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <cstdint>
+#include <map>
+
+namespace folvane {
+
+class AppCore;
+class ChatWindow;
+class StartWindow;
+
+// Which windows are open: the start window, and at most one window per chat.
+// Asking for a chat whose window is open brings that window forward. Closing
+// every window leaves the application running (it ends by Quit).
+class WindowManager final : public QObject {
+    Q_OBJECT
+  public:
+    explicit WindowManager(AppCore& core, QObject* parent = nullptr);
+    ~WindowManager() override;
+
+    AppCore& core() { return core_; }
+
+    void showWelcome();
+    void openChat(int64_t conversationId);
+    // Makes (or finds) the chat of these files and opens its window; a failure
+    // is shown as the "Failed" alert. Returns the chat's id, or 0.
+    int64_t openFiles(const QStringList& paths, QWidget* alertParent = nullptr);
+
+    StartWindow* startWindow() const;
+    ChatWindow* chatWindow(int64_t conversationId) const;
+
+  private:
+    AppCore& core_;
+    QPointer<StartWindow> start_;
+    std::map<int64_t, QPointer<ChatWindow>> chats_;
+};
+
+}  // namespace folvane
