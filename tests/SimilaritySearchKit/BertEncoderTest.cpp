@@ -70,18 +70,6 @@ void expectNear(const std::vector<float>& actual, const std::vector<float>& expe
     }
 }
 
-TEST(BertEncoderTest, ReadsTheDimensionsFromTheFile) {
-    const BertWeights& weights = *tinyWeights();
-    EXPECT_EQ(weights.vocabularySize, 30522);
-    EXPECT_EQ(weights.maxPositions, 512);
-    EXPECT_EQ(weights.hiddenSize, 24);
-    EXPECT_EQ(weights.headCount, 4);  // from the metadata: 24 is no multiple of 64
-    EXPECT_EQ(weights.ffnSize, 64);
-    EXPECT_EQ(weights.layers.size(), 2u);
-    EXPECT_FALSE(BertEncoder::availableKernels().empty());
-    EXPECT_EQ(BertEncoder::availableKernels().front(), BertKernel::baseline);
-}
-
 class BertEncoderReferenceTest : public testing::TestWithParam<BertKernel> {};
 
 TEST_P(BertEncoderReferenceTest, MatchesTorch) {

@@ -25,12 +25,6 @@ std::vector<float> embed(const std::string& text) {
     return NativeEmbeddings().encode(text).value();
 }
 
-TEST(NativeEmbeddings, GivesUnitVectorsOf512Values) {
-    const auto vector = embed("The quick brown fox jumps over the lazy dog.");
-    ASSERT_EQ(vector.size(), 512u);
-    EXPECT_NEAR(norm(vector), 1.0f, 1e-5f);
-}
-
 // Stored rows named "native" are compared with queries encoded in later runs,
 // maybe on another machine: the values must never drift. These are the first
 // non-zero buckets of one sentence, pinned.
@@ -42,6 +36,7 @@ TEST(NativeEmbeddings, IsTheSameOnEveryRunAndMachine) {
     }
     const std::vector<std::pair<size_t, float>> pinned = {
         {20, -0.213200718f}, {48, -0.35533452f}, {99, 0.213200718f}, {108, 0.0710669085f}};
+    EXPECT_NEAR(norm(vector), 1.0f, 1e-5f);
     ASSERT_EQ(nonZero.size(), pinned.size());
     for (size_t i = 0; i < pinned.size(); ++i) {
         EXPECT_EQ(nonZero[i].first, pinned[i].first);

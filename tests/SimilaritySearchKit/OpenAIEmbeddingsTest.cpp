@@ -5,11 +5,11 @@
 #include <future>
 #include <thread>
 
-#include "SimilaritySearchKit/LogCapture.h"
 #include "SimilaritySearchKit/OpenAIEmbeddings.h"
 #include "SimilaritySearchKit/SimilarityIndex.h"
 #include "platform/CurlHttpClient.h"
 #include "providers/OpenAI.h"
+#include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
 
 namespace folvane {

@@ -9,7 +9,6 @@
 #include "SimilaritySearchKit/CustomTokenSplitter.h"
 #include "SimilaritySearchKit/RecursiveCharacterSplitter.h"
 #include "SimilaritySearchKit/RecursiveTokenSplitter.h"
-#include "SimilaritySearchKit/TextSplitterType.h"
 #include "SimilaritySearchKit/TokenSplitter.h"
 #include "support/TempDir.h"
 
@@ -122,12 +121,6 @@ TEST(TokenSplitterTest, CutsEachSpanAfterItsLastSentenceEnd) {
                                                   {"and", "more"}}));
 }
 
-TEST(TokenSplitterTest, BlankTextGivesNothing) {
-    for (const char* text : {"", " \t ", "\t"}) {
-        EXPECT_TRUE(TokenSplitter(bert()).split(text, 10, 0).chunks.empty()) << text;
-    }
-}
-
 // Detokenizes every span to a lone line end, which the cut empties.
 class LineEndTokenizer : public ByteTokenizer {
   public:
@@ -154,6 +147,9 @@ TEST(TokenSplitterTest, AlwaysEnds) {
     EXPECT_EQ(inflated.chunks, (Chunks{"abc"}));
 
     EXPECT_EQ(TokenSplitter(bytes).split("abc", 0, 0).chunks, (Chunks{"a", "b", "c"}));
+    for (const char* blank : {"", " \t ", "\t"}) {
+        EXPECT_TRUE(TokenSplitter(bert()).split(blank, 10, 0).chunks.empty()) << blank;
+    }
 }
 
 struct CharacterCase {
@@ -243,12 +239,6 @@ TEST(CustomTokenSplitterTest, PutsTheHeadersInFront) {
     // The indexing flow's options add nothing.
     const std::vector<Document> plain = CustomTokenSplitter(bytes).createDocuments({page}, {});
     EXPECT_TRUE(plain[1].pageContent.starts_with("xxx"));
-}
-
-TEST(TextSplitterTypeTest, RawValuesInOrder) {
-    EXPECT_EQ(rawValue(TextSplitterType::token), "token");
-    EXPECT_EQ(textSplitterTypeFromRaw("recursive"), TextSplitterType::recursive);
-    EXPECT_EQ(textSplitterTypeFromRaw("Token"), std::nullopt);
 }
 
 }  // namespace

@@ -7,9 +7,9 @@
 #include "SimilaritySearchKit/BinaryStore.h"
 #include "SimilaritySearchKit/Files.h"
 #include "SimilaritySearchKit/JsonStore.h"
-#include "SimilaritySearchKit/LogCapture.h"
 #include "SimilaritySearchKit/SimilarityIndex.h"
 #include "fakes/FakeEmbeddings.h"
+#include "support/LogCapture.h"
 #include "support/TempDir.h"
 
 namespace folvane {

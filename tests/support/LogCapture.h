@@ -24,9 +24,16 @@ class LogCapture {
         std::scoped_lock lock(mutex_);
         return lines_;
     }
-    bool contains(const std::string& line) {
+    bool contains(const std::string& line) { return count(line) > 0; }
+    long count(const std::string& line) {
         const auto all = lines();
-        return std::find(all.begin(), all.end(), line) != all.end();
+        return std::count(all.begin(), all.end(), line);
+    }
+    // Whether some line holds `text`.
+    bool mentions(const std::string& text) {
+        const auto all = lines();
+        return std::any_of(all.begin(), all.end(),
+                           [&](const std::string& line) { return line.find(text) != line.npos; });
     }
 
   private:
