@@ -168,17 +168,6 @@ TEST_F(AppDatabaseTest, FirstRunCopiesTheSeedAndBringsItToTheCurrentSchema) {
     EXPECT_EQ(demo.int64(2), 1);
 }
 
-TEST_F(AppDatabaseTest, EveryOlderVersionEndsAtTheCurrentSchema) {
-    for (int version : {0, 1, 2, 3, 4}) {
-        SCOPED_TRACE(version);
-        fs::remove_all(paths.dataDirectory);
-        placeDatabase(version);
-        auto db = connect();
-        EXPECT_EQ(db->userVersion(), 5);
-        EXPECT_EQ(schemaOf(*db), finalSchema);
-    }
-}
-
 TEST_F(AppDatabaseTest, OnlyVersionOneGetsTheDataStepOfVersionThree) {
     preferences.setDataIngestionStrategy(DataIngestionStrategy::openai);
     for (auto [version, expected] :
@@ -300,7 +289,9 @@ TEST_F(AppDatabaseTest, AScriptThatCannotBeRunStopsWithItsNameAndKeepsTheStepsDo
 
             // With the script back the next start goes on from there.
             test::writeFile(script, original);
-            EXPECT_EQ(connect()->userVersion(), 5);
+            auto db = connect();
+            EXPECT_EQ(db->userVersion(), 5);
+            EXPECT_EQ(schemaOf(*db), finalSchema);
         }
     }
 }
@@ -397,13 +388,7 @@ TEST_F(AppDatabaseTest, AnUnusableSeedOrDatabaseStopsAndLeavesTheUsersFileAsItIs
 TEST_F(AppDatabaseTest, ADataDirectoryThatCannotBeMadeIsAnotherError) {
     test::writeFile(temp.path() / "blocker", "a file where a folder should be");
     paths.dataDirectory = (temp.path() / "blocker/co.tessavel.Folvane").string();
-    try {
-        connect();
-        ADD_FAILURE() << "no error";
-    } catch (const FatalError& error) {
-        ADD_FAILURE() << "a fatal store error: " << error.what();
-    } catch (const fs::filesystem_error&) {
-    }
+    EXPECT_THROW(connect(), fs::filesystem_error);
 }
 
 TEST_F(AppDatabaseTest, PointsTheDemoBookmarkAtItsCopyInTheDataDirectory) {

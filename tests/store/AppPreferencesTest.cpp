@@ -5,13 +5,15 @@
 #include <set>
 #include <vector>
 
-#include "platform/Log.h"
 #include "platform/MemorySecretStore.h"
 #include "store/AppPreferences.h"
 #include "store/MemoryKeyValueStore.h"
+#include "support/LogCapture.h"
 
 namespace folvane {
 namespace {
+
+using test::LogCapture;
 
 using json = nlohmann::json;
 using ::testing::Contains;
@@ -47,15 +49,6 @@ class LentSecretStore : public SecretStore {
     bool failing_;
 };
 
-class LogCapture {
-  public:
-    LogCapture() {
-        setLogSink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { setLogSink(nullptr); }
-    std::vector<std::string> lines;
-};
-
 class AppPreferencesTest : public ::testing::Test {
   protected:
     MemoryKeyValueStore store;
@@ -76,10 +69,6 @@ class AppPreferencesTest : public ::testing::Test {
 TEST_F(AppPreferencesTest, FirstStartStoresThePublishedDefaultsAndNothingElse) {
     LogCapture log;
     auto preferences = start();
-
-    EXPECT_TRUE(preferences->showPageReferences());
-    EXPECT_TRUE(preferences->useMarkdown());
-    EXPECT_FALSE(preferences->useLaTeX());
     EXPECT_EQ(store.snapshot(), json({{"fontSize", 13.0},
                                       {"textSizeAdjustment", 0},
                                       {"customModelId", 0},
@@ -89,7 +78,7 @@ TEST_F(AppPreferencesTest, FirstStartStoresThePublishedDefaultsAndNothingElse) {
                                       {"useMarkdown", true},
                                       {"useLaTeX", false},
                                       {"autoCloseWelcomeWindow", false}}));
-    EXPECT_THAT(log.lines, Contains("No key found"));
+    EXPECT_THAT(log.lines(), Contains("No key found"));
 }
 
 TEST_F(AppPreferencesTest, TextSizeAdjustmentComesFromTheLegacyFontSizeWhenAbsent) {
@@ -321,7 +310,7 @@ TEST_F(AppPreferencesTest, AFailedSecretWriteIsToldOnceByTheWait) {
     EXPECT_FALSE(preferences->waitForSecretWrites());
     EXPECT_EQ(preferences->openAIKey(), "test-key-123");
     EXPECT_TRUE(preferences->waitForSecretWrites());
-    for (const auto& line : log.lines) EXPECT_EQ(line.find("test-key-123"), std::string::npos);
+    for (const auto& line : log.lines()) EXPECT_EQ(line.find("test-key-123"), std::string::npos);
 }
 
 TEST(SettingsTableTest, KeysAreUniqueAndEveryDefaultIsAcceptedByItsOwnType) {

@@ -5,14 +5,16 @@
 #include <filesystem>
 #include <vector>
 
-#include "platform/Log.h"
 #include "platform/MemorySecretStore.h"
 #include "store/AppPreferences.h"
 #include "store/JsonFileKeyValueStore.h"
+#include "support/LogCapture.h"
 #include "support/TempDir.h"
 
 namespace folvane {
 namespace {
+
+using test::LogCapture;
 
 namespace fs = std::filesystem;
 using json = nlohmann::json;
@@ -23,15 +25,6 @@ std::vector<fs::path> filesIn(const fs::path& folder) {
     for (const auto& entry : fs::directory_iterator(folder)) files.push_back(entry.path());
     return files;
 }
-
-class LogCapture {
-  public:
-    LogCapture() {
-        setLogSink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~LogCapture() { setLogSink(nullptr); }
-    std::vector<std::string> lines;
-};
 
 class JsonFileKeyValueStoreTest : public ::testing::Test {
   protected:
@@ -88,8 +81,8 @@ TEST_F(JsonFileKeyValueStoreTest, AFileThatIsNotAJsonObjectIsMovedAsideUnchanged
         ASSERT_EQ(files.size(), 1u);
         EXPECT_THAT(files[0].filename().string(), HasSubstr("settings.json.corrupt-"));
         EXPECT_EQ(test::readFile(files[0]), bytes);
-        ASSERT_EQ(log.lines.size(), 1u);
-        EXPECT_THAT(log.lines[0], HasSubstr(files[0].string()));
+        ASSERT_EQ(log.lines().size(), 1u);
+        EXPECT_THAT(log.lines()[0], HasSubstr(files[0].string()));
 
         // The next write makes a new file beside the one kept aside.
         store.set("useMarkdown", true);

@@ -161,21 +161,6 @@ TEST_F(TableModelsTest, ListCountsPreviewAndMarkersFollowTheMessages) {
     EXPECT_EQ(messages.getAll(id).front().id, first);
 }
 
-TEST_F(TableModelsTest, ForkCopiesTheChatUpToAMessage) {
-    const int64_t id = newConversation("Source");
-    newMessage(id, "user", "one");
-    const int64_t two = newMessage(id, "assistant", "two");
-    newMessage(id, "user", "three");
-    const auto copy = conversations.fork(conversations.find(id).value(), two);
-    EXPECT_NE(copy.id, id);
-    EXPECT_EQ(copy.title, "Source");
-    const auto copied = messages.getAll(copy.id);
-    ASSERT_EQ(copied.size(), 2u);
-    EXPECT_EQ(copied[0].content, "one");
-    EXPECT_EQ(copied[1].content, "two");
-    EXPECT_EQ(messages.getAll(id).size(), 3u);
-}
-
 TEST_F(TableModelsTest, ReadsOfAllRowsReturnWhatPrecedesABrokenRow) {
     // Three chats updated at known times; the middle one in the order is broken.
     for (auto [id, updated, extra] : {std::tuple{11, "2024-01-03 00:00:00", "[]"},
