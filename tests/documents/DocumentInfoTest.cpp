@@ -108,18 +108,5 @@ TEST_F(DocumentInfoTest, UpdatingABookmarkPointsTheStaleDocumentToTheNewFile) {
     EXPECT_EQ(*service.documentStore().bookmark(bookmark.id), row);
 }
 
-TEST(IndexingEnumsTest, RawValuesAreTheCaseNames) {
-    for (auto state :
-         {LoadingState::none, LoadingState::indexing, LoadingState::indexed, LoadingState::loading,
-          LoadingState::indexingExtra, LoadingState::loaded, LoadingState::failed}) {
-        EXPECT_EQ(loadingStateFromRaw(rawValue(state)), state);
-    }
-    EXPECT_EQ(rawValue(LoadingState::indexingExtra), "indexingExtra");
-    EXPECT_FALSE(loadingStateFromRaw("Loaded"));
-    EXPECT_EQ(rawValue(IndexingState::failed), "failed");
-    EXPECT_EQ(indexingStateFromRaw("indexing"), IndexingState::indexing);
-    EXPECT_FALSE(indexingStateFromRaw(""));
-}
-
 }  // namespace
 }  // namespace folvane

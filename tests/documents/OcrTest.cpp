@@ -25,21 +25,6 @@ std::string lower(std::string text) {
     return text;
 }
 
-TEST(TesseractTextRecognizer, ReadsTheLinesOfARenderedPageAtBothLevels) {
-    TempDir dir;
-    auto pdf = openBytes(dir, test::makeScannedPdf({{"Quick brown fox", "jumps over dogs"}}));
-    ASSERT_TRUE(pdf);
-    TesseractTextRecognizer recognizer;
-    for (auto level : {RecognitionLevel::accurate, RecognitionLevel::fast}) {
-        const auto image = pdf->renderPage(0, renderResolution(level));
-        ASSERT_TRUE(image);
-        const auto lines = recognizer.recognizeText(*image, level);
-        ASSERT_EQ(lines.size(), 2u);
-        EXPECT_EQ(lines[0], "Quick brown fox");
-        EXPECT_EQ(lines[1], "jumps over dogs");
-    }
-}
-
 TEST(TesseractTextRecognizer, FindsNoLinesOnABlankPage) {
     PageImage blank{400, 300, 150, std::vector<uint8_t>(400 * 300, 255)};
     TesseractTextRecognizer recognizer;
@@ -97,23 +82,6 @@ TEST(OcrExtraction, AScannedDocumentIsReadWhollyByOcr) {
     std::string text = read[3].document.pageContent;
     if (const auto blank = text.find("\n\n"); blank != std::string::npos) text.erase(blank, 1);
     EXPECT_EQ(text, "Morning light\nfalls softly");
-}
-
-TEST(OcrExtraction, AShortPageIsReadByOcrAndTheOthersByTheirTextLayer) {
-    TempDir dir;
-    const std::string longText = "This page has a text layer that is long enough.";
-    test::TestPage shortPage{{"Hello"}, 48};
-    auto pdf = openBytes(dir, test::makePdfWithPages({test::TestPage{{longText}}, shortPage,
-                                                      test::TestPage{{longText}}}));
-    ASSERT_TRUE(pdf);
-    EXPECT_FALSE(isScannedPDF(*pdf, 10, 20));
-    const auto read = PdfTextExtractor(OcrSettings{}).extractPagesDetailed(*pdf, false, false);
-    ASSERT_EQ(read.size(), 3u);
-    EXPECT_FALSE(read[0].ocr);
-    EXPECT_EQ(read[0].document.pageContent, longText);
-    EXPECT_TRUE(read[1].ocr);
-    EXPECT_EQ(read[1].document.pageContent, "Hello");
-    EXPECT_FALSE(read[2].ocr);
 }
 
 TEST(OcrExtraction, AFormPageIsReadFromItsPicture) {

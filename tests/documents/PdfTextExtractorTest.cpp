@@ -8,7 +8,7 @@
 #include "documents/CharacterCount.h"
 #include "documents/OcrError.h"
 #include "documents/PdfTextExtractor.h"
-#include "platform/Log.h"
+#include "support/LogCapture.h"
 
 namespace folvane {
 namespace {
@@ -93,19 +93,6 @@ class FakeRecognizer : public TextRecognizer {
     RecognizerLog& log_;
 };
 
-// Collects the log lines for the life of the object.
-class CapturedLog {
-  public:
-    CapturedLog() {
-        setLogSink([this](std::string_view line) { lines.emplace_back(line); });
-    }
-    ~CapturedLog() { setLogSink(nullptr); }
-    int count(const std::string& line) const {
-        return static_cast<int>(std::count(lines.begin(), lines.end(), line));
-    }
-    std::vector<std::string> lines;
-};
-
 struct Harness {
     std::map<int, Reading> readings;
     RecognizerLog recognizers;
@@ -175,7 +162,7 @@ TEST(PdfTextExtractor, ReadsOnlyTheShortPageOfATextDocumentByOcr) {
     Harness harness;
     harness.readings[1] = {{"Hello"}, {}};
     FakePdf pdf({textPage(longText, 1), textPage("Hi", 2), textPage(longText + " 3", 3)});
-    CapturedLog log;
+    test::LogCapture log;
     const auto pages = harness.extractor().extractPagesDetailed(pdf, false, false);
     ASSERT_EQ(pages.size(), 3u);
     EXPECT_EQ(pages[0].document, (Document{longText, {{"page", "1"}}}));
@@ -265,7 +252,7 @@ TEST(PdfTextExtractor, AFailedPageCostsOnlyThatPage) {
                  unrenderable,
                  textPage("", 5),
                  {std::nullopt, {}, 6}});
-    CapturedLog log;
+    test::LogCapture log;
     const auto pages = harness.extractor().extractPagesDetailed(pdf, false, false);
 
     ASSERT_EQ(pages.size(), 2u);
