@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "chat/AppChatService.h"
@@ -34,13 +35,8 @@ class AppChatServiceTest : public ::testing::Test {
 
 TEST_F(AppChatServiceTest, NoFilesIsAnInitErrorAndWritesNothing) {
     const auto before = conversationCount();
-    try {
-        service.createConversation({});
-        FAIL() << "expected initError";
-    } catch (const AppChatServiceError& error) {
-        EXPECT_EQ(error.errorCase(), AppChatServiceError::Case::initError);
-        EXPECT_STREQ(error.what(), "Initialization failed.");
-    }
+    EXPECT_THAT([&] { service.createConversation({}); },
+                ::testing::ThrowsMessage<AppChatServiceError>("Initialization failed."));
     EXPECT_EQ(conversationCount(), before);
 }
 

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stb/stb_image.h>
 #include <stb/stb_image_write.h>
@@ -69,12 +70,10 @@ TEST_F(ChatHistoryBuilderTest, TheInstructionAndTheLastMessageMustFitAndAnExactF
     EXPECT_EQ(texts(exact),
               (std::vector<std::string>{"Answer briefly.", "What is proof of work?"}));
     EXPECT_EQ(exact.front().role, ChatRole::system);
-    try {
-        builder.buildChats("Answer briefly.", messages, conversation, essential - 1);
-        FAIL() << "expected messageTooLong";
-    } catch (const AppChatServiceError& error) {
-        EXPECT_EQ(error.errorCase(), AppChatServiceError::Case::messageTooLong);
-    }
+    EXPECT_THAT(
+        [&] { builder.buildChats("Answer briefly.", messages, conversation, essential - 1); },
+        ::testing::Throws<AppChatServiceError>(::testing::Property(
+            &AppChatServiceError::errorCase, AppChatServiceError::Case::messageTooLong)));
 }
 
 TEST_F(ChatHistoryBuilderTest, TheCountLimitAndThenTheTokenFitDropTheOldestFirst) {

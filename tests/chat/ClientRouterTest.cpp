@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "chat/AppChatServiceError.h"
@@ -108,13 +109,8 @@ TEST_F(ClientRouterTest, RoutesThatCannotCarryAChatAreRefused) {
 }
 
 TEST_F(ClientRouterTest, TheDefaultClientNeedsAKey) {
-    try {
-        router.defaultClient();
-        FAIL() << "expected apiKeyMissing";
-    } catch (const AppChatServiceError& error) {
-        EXPECT_EQ(error.errorCase(), Case::apiKeyMissing);
-        EXPECT_STREQ(error.what(), "You haven't configured OpenAI API key yet");
-    }
+    EXPECT_THAT([&] { router.defaultClient(); }, ::testing::ThrowsMessage<AppChatServiceError>(
+                                                     "You haven't configured OpenAI API key yet"));
     preferences.setOpenAIKey("test-key");
     preferences.waitForSecretWrites();
     EXPECT_EQ(router.defaultClient()->configuration().token, "test-key");
