@@ -277,16 +277,5 @@ TEST_P(BertModelFileTest, LoadsOrSaysWhatIsWrong) {
 INSTANTIATE_TEST_SUITE_P(Variants, BertModelFileTest, testing::ValuesIn(modelVariants),
                          [](const auto& test) { return std::string(test.param.name); });
 
-TEST(BertModelFileTest, TruncatedFileThrows) {
-    const std::string bytes = test::readFile(test::tinyBertPath());
-    const test::TempDir dir;
-    for (const std::size_t length :
-         {std::size_t{4}, std::size_t{2000}, bytes.size() / 2, bytes.size() - 1}) {
-        const std::string path = dir / "cut.safetensors";
-        test::writeFile(path, bytes.substr(0, length));
-        EXPECT_THROW(BertEncoder{path}, EmbeddingModelLoadError) << length << " bytes";
-    }
-}
-
 }  // namespace
 }  // namespace folvane
