@@ -1,47 +1,198 @@
 #include "shell/chat/ChatWindow.h"
 
+#include <QCloseEvent>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QLabel>
-#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QShortcut>
 #include <QSplitter>
+#include <QStackedWidget>
+#include <QToolBar>
 #include <QVBoxLayout>
 
 #include "conversation/AppCore.h"
+#include "conversation/CustomModelListViewModel.h"
+#include "providers/ModelNames.h"
 #include "shell/app/WindowManager.h"
+#include "shell/chat/ChatConfigPanel.h"
+#include "shell/chat/ComposeBox.h"
+#include "shell/chat/DocumentListView.h"
+#include "shell/chat/IndexingStatusView.h"
+#include "shell/chat/OpenAIKeySheet.h"
 #include "shell/chat/TranscriptView.h"
+#include "store/AppPreferences.h"
 
 namespace folvane {
+namespace {
+
+QWidget* makeFailurePage(QWidget* parent, const std::function<void()>& reload) {
+    auto* page = new QWidget(parent);
+    auto* layout = new QVBoxLayout(page);
+    layout->addStretch();
+    auto* text =
+        new QLabel(QStringLiteral("Failed to load the conversation. Please try again."), page);
+    text->setAlignment(Qt::AlignCenter);
+    layout->addWidget(text);
+    auto* button = new QPushButton(QStringLiteral("Reload"), page);
+    button->setAccessibleName(button->text());
+    QObject::connect(button, &QPushButton::clicked, page, reload);
+    layout->addWidget(button, 0, Qt::AlignCenter);
+    layout->addStretch();
+    return page;
+}
+
+}  // namespace
 
 ChatWindow::ChatWindow(int64_t conversationId, WindowManager& windows, QWidget* parent)
-    : QWidget(parent), conversationId_(conversationId), windows_(windows) {
-    auto* layout = new QVBoxLayout(this);
-    chat_ = windows_.core().chatList().find(conversationId_);
-    if (!chat_) {
-        layout->addWidget(
-            new QLabel(QStringLiteral("Failed to load the conversation. Please try again.")));
-        return;
-    }
-    auto* splitter = new QSplitter(this);
-    auto* left = new QWidget(splitter);
-    auto* leftLayout = new QVBoxLayout(left);
-    leftLayout->addWidget(new TranscriptView(*chat_, windows_.core().preferences(), left));
-    compose_ = new QLineEdit(left);
-    leftLayout->addWidget(compose_);
-    splitter->addWidget(left);
-    splitter->addWidget(new QLabel(QStringLiteral("No document selected"), splitter));
-    layout->addWidget(splitter);
-    connect(compose_, &QLineEdit::returnPressed, this, [this] {
-        chat_->trigger(chat_input::AddMessage{compose_->text().toStdString()});
-        compose_->clear();
+    : QMainWindow(parent), conversationId_(conversationId), windows_(windows) {
+    auto& preferences = windows_.core().preferences();
+    const auto size = preferences.defaultChatWindowSize();
+    resize(int(size.width), int(size.height));
+    setWindowTitle(QStringLiteral("Chat"));
+    pages_ = new QStackedWidget(this);
+    pages_->addWidget(makeFailurePage(pages_, [this] { reload(); }));
+    setCentralWidget(pages_);
+    auto* closeShortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this);
+    connect(closeShortcut, &QShortcut::activated, this, &QWidget::close);
+    preferencesSubscription_ = preferences.subscribe([this](std::string_view key) {
+        if (key == "alwaysOnTop") applyAlwaysOnTop();
     });
+    applyAlwaysOnTop();
+    chat_ = windows_.core().chatList().find(conversationId_);
+    if (chat_) build();
+}
+
+ChatWindow::~ChatWindow() {
+    if (chat_) chat_->trigger(chat_input::UnloadIndex{});
+}
+
+void ChatWindow::closeEvent(QCloseEvent* event) {
+    if (chat_) chat_->trigger(chat_input::UnloadIndex{});
+    QMainWindow::closeEvent(event);
+}
+
+void ChatWindow::reload() {
+    auto& list = windows_.core().chatList();
+    list.trigger(chat_list_input::Sync{});
+    if (chat_) return;
+    chat_ = list.find(conversationId_);
+    if (chat_) build();
+}
+
+void ChatWindow::build() {
+    auto& core = windows_.core();
+    auto& preferences = core.preferences();
+    auto* page = new QWidget(pages_);
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    header_ = new QLabel(page);
+    header_->setTextFormat(Qt::PlainText);
+    header_->setContentsMargins(10, 6, 10, 6);
+    header_->setAccessibleName(QStringLiteral("Chat"));
+    layout->addWidget(header_);
+
+    auto* splitter = new QSplitter(page);
+    documents_ = new DocumentListView(*chat_, splitter);
+    splitter->addWidget(documents_);
+
+    auto* column = new QWidget(splitter);
+    auto* columnLayout = new QVBoxLayout(column);
+    columnLayout->setContentsMargins(0, 0, 0, 0);
+    columnLayout->addWidget(new IndexingStatusView(*chat_, column));
+    columnLayout->addWidget(new TranscriptView(*chat_, preferences, column), 1);
+    compose_ = new ComposeBox(*chat_, preferences, column);
+    connect(compose_, &ComposeBox::apiKeyNeeded, this, &ChatWindow::askForKey);
+    columnLayout->addWidget(compose_);
+    splitter->addWidget(column);
+
+    // The document viewer takes this place.
+    auto* viewer = new QLabel(QStringLiteral("No document selected"), splitter);
+    viewer->setAlignment(Qt::AlignCenter);
+    viewer->setAccessibleName(QStringLiteral("Document viewer"));
+    splitter->addWidget(viewer);
+    splitter->setStretchFactor(0, 0);
+    splitter->setStretchFactor(1, 3);
+    splitter->setStretchFactor(2, 2);
+    splitter->setSizes({220, 480, 300});
+    layout->addWidget(splitter, 1);
+    pages_->addWidget(page);
+    pages_->setCurrentWidget(page);
+
+    auto* toolbar = addToolBar(QStringLiteral("Chat"));
+    toolbar->setMovable(false);
+    auto* showDocuments = toolbar->addAction(QStringLiteral("Documents"));
+    showDocuments->setCheckable(true);
+    showDocuments->setChecked(true);
+    showDocuments->setToolTip(QStringLiteral("Show or hide the documents of this chat"));
+    connect(showDocuments, &QAction::toggled, documents_, &QWidget::setVisible);
+    auto* settings = toolbar->addAction(QStringLiteral("Chat Settings"));
+    settings->setToolTip(QStringLiteral("Provider, model and answers of this chat"));
+    connect(settings, &QAction::triggered, this, [this] {
+        auto* dialog = configDialog();
+        dialog->show();
+        dialog->raise();
+        dialog->activateWindow();
+    });
+
     subscription_ = chat_->subscribe([this] { updateTitle(); });
-    chat_->trigger(chat_input::LoadIndex{});
     chat_->trigger(chat_input::Sync{});
+    chat_->trigger(chat_input::LoadIndex{});
     updateTitle();
-    resize(1100, 750);
+    compose_->textEdit()->setFocus();
+}
+
+QDialog* ChatWindow::configDialog() {
+    if (config_ || !chat_) return config_;
+    customModels_ = windows_.core().makeCustomModelList();
+    config_ = new QDialog(this);
+    config_->setWindowTitle(QStringLiteral("Chat Settings"));
+    auto* layout = new QVBoxLayout(config_);
+    layout->addWidget(
+        new ChatConfigPanel(*chat_, *customModels_, windows_.core().preferences(), config_));
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, config_);
+    connect(buttons, &QDialogButtonBox::rejected, config_, &QDialog::close);
+    layout->addWidget(buttons);
+    return config_;
+}
+
+QString ChatWindow::subtitle() const {
+    if (!chat_) return {};
+    const auto& state = chat_->state();
+    const std::string label = state.customModel
+                                  ? state.customModel->name
+                                  : modelDisplayName(state.conversation.model, providers::openAI);
+    QString text = QString::fromStdString(label);
+    if (state.conversation.cost > 0)
+        text += QStringLiteral(" · ~$") + QString::asprintf("%.6f", state.conversation.cost);
+    return text;
 }
 
 void ChatWindow::updateTitle() {
-    setWindowTitle(QString::fromStdString(chat_->state().conversation.title));
+    const QString title = QString::fromStdString(chat_->state().conversation.title);
+    const QString sub = subtitle();
+    setWindowTitle(title + QStringLiteral(" — ") + sub);
+    header_->setText(title + QStringLiteral("\n") + sub);
+}
+
+void ChatWindow::applyAlwaysOnTop() {
+    const bool onTop = windows_.core().preferences().alwaysOnTop();
+    if (windowFlags().testFlag(Qt::WindowStaysOnTopHint) == onTop) return;
+    const bool visible = isVisible();
+    setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
+    if (visible) show();
+}
+
+void ChatWindow::askForKey() {
+    if (findChild<OpenAIKeySheet*>()) return;
+    auto* sheet = new OpenAIKeySheet(windows_.core().preferences(), this);
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    // Without a key the documents were not read: now they can be.
+    connect(sheet, &QDialog::accepted, this, [this] { chat_->trigger(chat_input::LoadIndex{}); });
+    sheet->open();
 }
 
 }  // namespace folvane

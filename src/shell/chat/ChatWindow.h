@@ -1,34 +1,66 @@
 #pragma once
 
-#include <QWidget>
+#include <QMainWindow>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "conversation/ChatListViewModel.h"
 #include "runtime/ObserverList.h"
 
-class QLineEdit;
+class QDialog;
+class QLabel;
+class QStackedWidget;
 
 namespace folvane {
 
+class ChatConfigPanel;
+class ComposeBox;
+class CustomModelListViewModel;
+class DocumentListView;
 class WindowManager;
 
-// The window of one chat: the transcript and compose box beside the viewer.
-class ChatWindow final : public QWidget {
+// The window of one chat: its title and model, the documents, the transcript
+// and compose box, and the viewer beside them. A chat that is not in the list
+// shows the failure with "Reload".
+class ChatWindow final : public QMainWindow {
     Q_OBJECT
   public:
     ChatWindow(int64_t conversationId, WindowManager& windows, QWidget* parent = nullptr);
+    ~ChatWindow() override;
 
     int64_t conversationId() const { return conversationId_; }
+    bool isLoaded() const { return chat_.has_value(); }
+    // The chat's label, with the cost when there is one.
+    QString subtitle() const;
+    ComposeBox* composeBox() const { return compose_; }
+    DocumentListView* documentList() const { return documents_; }
+    // The chat's settings, made on first use.
+    QDialog* configDialog();
+
+    // Sends sync to the chat list and looks for the chat again.
+    void reload();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
 
   private:
+    void build();
     void updateTitle();
+    void applyAlwaysOnTop();
+    void askForKey();
 
     int64_t conversationId_;
     WindowManager& windows_;
     std::optional<ChatDetailRef> chat_;
-    QLineEdit* compose_ = nullptr;
+    std::unique_ptr<CustomModelListViewModel> customModels_;
+    QStackedWidget* pages_;
+    QLabel* header_ = nullptr;
+    ComposeBox* compose_ = nullptr;
+    DocumentListView* documents_ = nullptr;
+    QDialog* config_ = nullptr;
     Subscription subscription_;
+    Subscription preferencesSubscription_;
 };
 
 }  // namespace folvane

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QWidget>
+
+#include "conversation/ChatListViewModel.h"
+#include "runtime/ObserverList.h"
+
+class QCheckBox;
+class QHBoxLayout;
+class QLabel;
+class QPlainTextEdit;
+class QToolButton;
+
+namespace folvane {
+
+class AppPreferences;
+
+// Where a message begins: the text box under a chat with its send, stop and
+// record buttons, the toggle of what Return does, and the row of what the next
+// message carries (quoted text or images). The text lives here, not in the
+// chat's state, and only a send clears it.
+class ComposeBox final : public QWidget {
+    Q_OBJECT
+  public:
+    ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent = nullptr);
+
+    QPlainTextEdit* textEdit() const { return text_; }
+    QString text() const;
+    // What Return does when it may send: send (true) or add a line.
+    bool enterToSendMessage() const { return enterToSendMessage_; }
+    void setEnterToSendMessage(bool on);
+
+    // Return without Shift or Alt: asks for the key when no model is set up,
+    // does nothing while the chat is busy, else sends or adds a line.
+    void returnPressed();
+    // Sends the text unless it is empty; asks for the key first when the
+    // chat's provider is OpenAI and no key is stored.
+    void send();
+
+  signals:
+    // The OpenAI key is missing: the owner shows its form.
+    void apiKeyNeeded();
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void render();
+    void renderButtons();
+    void renderImages(const std::vector<std::string>& urls);
+    void addDocuments();
+
+    ChatDetailRef chat_;
+    AppPreferences& preferences_;
+    bool enterToSendMessage_ = true;
+    QWidget* contextRow_;
+    QLabel* contextText_;
+    QWidget* imageRow_;
+    QHBoxLayout* imageLayout_;
+    std::vector<std::string> shownImages_;
+    QPlainTextEdit* text_;
+    QCheckBox* enterToSend_;
+    QToolButton* addDocuments_;
+    QToolButton* sendButton_;
+    QToolButton* stopButton_;
+    QToolButton* recordButton_;
+    Subscription subscription_;
+};
+
+}  // namespace folvane
