@@ -90,9 +90,8 @@ void ChatWindow::build() {
     layout->setSpacing(0);
 
     header_ = new QLabel(page);
-    header_->setTextFormat(Qt::PlainText);
+    header_->setTextFormat(Qt::RichText);
     header_->setContentsMargins(10, 6, 10, 6);
-    header_->setAccessibleName(QStringLiteral("Chat"));
     layout->addWidget(header_);
 
     auto* splitter = new QSplitter(page);
@@ -138,6 +137,11 @@ void ChatWindow::build() {
         dialog->activateWindow();
     });
 
+    // Toolbar buttons take no focus by default; here they are reached by Tab.
+    for (auto* action : toolbar->actions()) {
+        if (auto* button = toolbar->widgetForAction(action)) button->setFocusPolicy(Qt::TabFocus);
+    }
+
     subscription_ = chat_->subscribe([this] { updateTitle(); });
     chat_->trigger(chat_input::Sync{});
     chat_->trigger(chat_input::LoadIndex{});
@@ -175,7 +179,9 @@ void ChatWindow::updateTitle() {
     const QString title = QString::fromStdString(chat_->state().conversation.title);
     const QString sub = subtitle();
     setWindowTitle(title + QStringLiteral(" — ") + sub);
-    header_->setText(title + QStringLiteral("\n") + sub);
+    header_->setText(QStringLiteral("<b>%1</b><br><span style=\"color: gray\">%2</span>")
+                         .arg(title.toHtmlEscaped(), sub.toHtmlEscaped()));
+    header_->setAccessibleName(title + QStringLiteral(", ") + sub);
 }
 
 void ChatWindow::applyAlwaysOnTop() {

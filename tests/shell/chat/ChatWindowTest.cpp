@@ -1,4 +1,6 @@
+#include <QAbstractSpinBox>
 #include <QApplication>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -134,6 +136,36 @@ class ChatWindowTest : public QObject {
         QCOMPARE(sheet->windowTitle(), QStringLiteral("Enter your OpenAI API Key"));
         QCOMPARE(text->toPlainText(), QStringLiteral("Hello"));
         sheet->reject();
+    }
+
+    void everyControlHasANameAndIsReachedByTab() {
+        test::ShellTestCore shell;
+        shell.core.chatList().trigger(chat_list_input::Sync{});
+        const int64_t id = shell.core.chatList().state().chats.front().id();
+        ChatWindow window(id, shell.windows);
+        window.show();
+        window.composeBox()->textEdit()->setPlainText(QStringLiteral("Hi"));
+        auto* settings = window.configDialog();
+        settings->show();
+        int checked = 0;
+        for (QWidget* root : {static_cast<QWidget*>(&window), static_cast<QWidget*>(settings)}) {
+            for (auto* control : root->findChildren<QWidget*>()) {
+                const bool isControl = qobject_cast<QAbstractButton*>(control) ||
+                                       qobject_cast<QComboBox*>(control) ||
+                                       qobject_cast<QAbstractSpinBox*>(control) ||
+                                       qobject_cast<QPlainTextEdit*>(control);
+                if (!isControl || !control->isVisible() || !control->isEnabled()) continue;
+                auto* button = qobject_cast<QAbstractButton*>(control);
+                const QString name = !control->accessibleName().isEmpty()
+                                         ? control->accessibleName()
+                                     : button ? button->text()
+                                              : QString();
+                QVERIFY2(!name.isEmpty(), control->metaObject()->className());
+                QVERIFY2(control->focusPolicy() & Qt::TabFocus, qPrintable(name));
+                ++checked;
+            }
+        }
+        QVERIFY(checked >= 12);
     }
 
     void theKeyFormStoresATrimmedKeyInTheSettings() {
