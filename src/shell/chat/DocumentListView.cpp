@@ -77,20 +77,32 @@ QString DocumentListView::indexingRate(const ChatDetailState& state) {
 
 void DocumentListView::render() {
     const auto& state = chat_.state();
-    Snapshot snapshot{state.allDocuments, state.indexingProgress, state.conversation.bookmarkId,
-                      indexingRate(state)};
-    if (shown_ && *shown_ == snapshot) return;
-    shown_ = snapshot;
-    while (rows_->count() > 1) {
-        // Later: the click that changed the list may still be on its way out.
-        auto* item = rows_->takeAt(0);
-        item->widget()->hide();
-        item->widget()->deleteLater();
-        delete item;
+    Snapshot snapshot{state.allDocuments, state.conversation.bookmarkId};
+    if (!shown_ || !(*shown_ == snapshot)) {
+        shown_ = snapshot;
+        progressRows_.clear();
+        while (rows_->count() > 1) {
+            // Later: the click that changed the list may still be on its way out.
+            auto* item = rows_->takeAt(0);
+            item->widget()->hide();
+            item->widget()->deleteLater();
+            delete item;
+        }
+        int index = 0;
+        for (const auto& document : snapshot.documents)
+            rows_->insertWidget(index++, makeRow(document, snapshot));
     }
-    int index = 0;
-    for (const auto& document : snapshot.documents)
-        rows_->insertWidget(index++, makeRow(document, snapshot));
+    showProgress(state);
+}
+
+void DocumentListView::showProgress(const ChatDetailState& state) {
+    const QString rate = indexingRate(state);
+    for (auto [bar, line] : progressRows_) {
+        bar->setValue(state.indexingProgress);
+        QString text = QStringLiteral("Indexing... %1%").arg(state.indexingProgress);
+        if (!rate.isEmpty()) text += QStringLiteral(" · ") + rate;
+        line->setText(text);
+    }
 }
 
 QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot& snapshot) {
@@ -140,12 +152,11 @@ QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot&
         case IndexingState::indexing: {
             auto* bar = new QProgressBar(row);
             bar->setRange(0, 100);
-            bar->setValue(snapshot.progress);
             bar->setAccessibleName(QStringLiteral("Indexing ") + name);
             layout->addWidget(bar);
-            QString line = QStringLiteral("Indexing... %1%").arg(snapshot.progress);
-            if (!snapshot.rate.isEmpty()) line += QStringLiteral(" · ") + snapshot.rate;
-            layout->addWidget(wrappedLabel(line, row));
+            auto* line = wrappedLabel(QString(), row);
+            layout->addWidget(line);
+            progressRows_.emplace_back(bar, line);
             break;
         }
         case IndexingState::failed: {

@@ -4,10 +4,14 @@
 #include <QWidget>
 #include <functional>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "conversation/ChatListViewModel.h"
 #include "runtime/ObserverList.h"
 
+class QLabel;
+class QProgressBar;
 class QVBoxLayout;
 
 namespace folvane {
@@ -27,22 +31,24 @@ class DocumentListView final : public QWidget {
     void setLocateFile(LocateFile locate) { locateFile_ = std::move(locate); }
 
   private:
-    // What a row shows; the rows are rebuilt only when it changes.
+    // What the rows are made of; they are made again only when it changes, and
+    // the progress of an indexing row is updated in place.
     struct Snapshot {
         std::vector<DocumentInfo> documents;
-        int progress = 0;
         int64_t mainBookmarkId = 0;
-        QString rate;
         bool operator==(const Snapshot&) const = default;
     };
 
     void render();
     QWidget* makeRow(const DocumentInfo& document, const Snapshot& snapshot);
+    void showProgress(const ChatDetailState& state);
     QString indexingRate(const ChatDetailState& state);
     void locate(const DocumentInfo& document);
 
     ChatDetailRef chat_;
     QVBoxLayout* rows_;
+    // The indexing rows' bar and line, updated in place.
+    std::vector<std::pair<QProgressBar*, QLabel*>> progressRows_;
     std::optional<Snapshot> shown_;
     QElapsedTimer indexingClock_;
     int progressAtStart_ = 0;

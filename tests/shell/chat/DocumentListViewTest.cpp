@@ -99,6 +99,13 @@ class DocumentListViewTest : public QObject {
         QCOMPARE(bars.size(), 1);
         QCOMPARE(bars.front()->value(), 40);
 
+        // Progress is drawn in place: an open menu of a row is not pulled away.
+        auto* before = action(view, "main.pdf", "Reprocess");
+        chat.chat->change([](ChatDetailState& s) { s.indexingProgress = 70; });
+        QCOMPARE(action(view, "main.pdf", "Reprocess"), before);
+        QCOMPARE(bars.front()->value(), 70);
+        QVERIFY(showsText(view, "Indexing... 70%"));
+
         QPushButton* locate = nullptr;
         for (auto* button : view.findChildren<QPushButton*>())
             if (button->text() == "Locate...") locate = button;
