@@ -102,7 +102,7 @@ class ChatWindowTest : public QObject {
         QVERIFY(!missing.isLoaded());
     }
 
-    void theSubtitleCarriesTheCostAndTheWindowFollowsAlwaysOnTop() {
+    void theSubtitleCarriesTheCostAndCtrlWClosesAndAlwaysOnTopFollows() {
         test::ShellTestCore shell;
         const std::string path = writePaper(shell, "costly.pdf").toStdString();
         const int64_t id = shell.core.service().createConversation({fileUrlFromPath(path)}).id;
@@ -112,6 +112,11 @@ class ChatWindowTest : public QObject {
         QVERIFY(window.isLoaded());
         QCOMPARE(window.subtitle(), QStringLiteral("GPT-3.5 · ~$0.250000"));
         QVERIFY(window.windowTitle().contains(window.subtitle()));
+
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTest::keyClick(&window, Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!window.isVisible());
 
         QVERIFY(!window.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
         shell.core.preferences().setAlwaysOnTop(true);
