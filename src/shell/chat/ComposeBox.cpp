@@ -84,6 +84,10 @@ QWidget* makeThumbnail(const std::string& url, QWidget* parent, QToolButton** re
 
 ComposeBox::ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent)
     : QWidget(parent), chat_(std::move(chat)), preferences_(preferences) {
+    chooseDocuments_ = [](QWidget* owner) {
+        return QFileDialog::getOpenFileNames(owner, QStringLiteral("Add Documents"), QString(),
+                                             QStringLiteral("PDF documents (*.pdf)"));
+    };
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 6);
 
@@ -204,8 +208,7 @@ void ComposeBox::send() {
 }
 
 void ComposeBox::addDocuments() {
-    const QStringList paths = QFileDialog::getOpenFileNames(
-        this, QStringLiteral("Add Documents"), QString(), QStringLiteral("PDF documents (*.pdf)"));
+    const QStringList paths = chooseDocuments_(this);
     if (paths.isEmpty()) return;
     std::vector<std::string> urls;
     for (const QString& path : paths) urls.push_back(fileUrlFromPath(path.toStdString()));

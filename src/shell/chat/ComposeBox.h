@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
+#include <functional>
 
 #include "conversation/ChatListViewModel.h"
 #include "runtime/ObserverList.h"
@@ -22,6 +24,9 @@ class AppPreferences;
 class ComposeBox final : public QWidget {
     Q_OBJECT
   public:
+    // Asks for the PDFs to add; empty: cancelled. Tests set it.
+    using ChooseDocuments = std::function<QStringList(QWidget* parent)>;
+
     ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent = nullptr);
 
     QPlainTextEdit* textEdit() const { return text_; }
@@ -29,6 +34,7 @@ class ComposeBox final : public QWidget {
     // What Return does when it may send: send (true) or add a line.
     bool enterToSendMessage() const { return enterToSendMessage_; }
     void setEnterToSendMessage(bool on);
+    void setChooseDocuments(ChooseDocuments choose) { chooseDocuments_ = std::move(choose); }
 
     // Return without Shift or Alt: asks for the key when no model is set up,
     // does nothing while the chat is busy, else sends or adds a line.
@@ -53,6 +59,7 @@ class ComposeBox final : public QWidget {
     ChatDetailRef chat_;
     AppPreferences& preferences_;
     bool enterToSendMessage_ = true;
+    ChooseDocuments chooseDocuments_;
     QWidget* contextRow_;
     QLabel* contextText_;
     QWidget* imageRow_;

@@ -224,6 +224,15 @@ class ComposeBoxTest : public QObject {
         QCOMPARE(removed.size(), size_t(1));
         QCOMPARE(removed.front().urls, std::vector<std::string>{goodUrl});
 
+        box.setChooseDocuments([](QWidget*) {
+            return QStringList{"/docs/a b.pdf", "/docs/c.pdf"};
+        });
+        button(box, QStringLiteral("Add Documents"))->click();
+        const auto added = chat.chat->sent<chat_input::AddDocuments>();
+        QCOMPARE(added.size(), size_t(1));
+        QCOMPARE(added[0].urls,
+                 (std::vector<std::string>{"file:///docs/a%20b.pdf", "file:///docs/c.pdf"}));
+
         chat.chat->change([](ChatDetailState& s) { s.recordingState = RecordingState::Recording; });
         QCOMPARE(box.textEdit()->placeholderText(), QStringLiteral("Recording..."));
     }
