@@ -12,6 +12,7 @@ packages=(
     libfreetype-dev libharfbuzz-dev
     libcurl4-openssl-dev libicu-dev liblzma-dev libeigen3-dev libstb-dev libcmark-gfm-dev
     libcmark-gfm-extensions-dev libtesseract-dev libleptonica-dev tesseract-ocr-eng
+    libtiff-dev libwebp-dev libheif-dev
     # tests and benchmarks: a loopback HTTP server, libFuzzer, and the tools
     # and libraries that benchmarks compare against
     libgtest-dev libgmock-dev libbenchmark-dev libcpp-httplib-dev

@@ -7,6 +7,7 @@
 #include "chat/Language.h"
 #include "platform/FileUrl.h"
 #include "platform/ImageDataUrl.h"
+#include "platform/ImageError.h"
 #include "platform/Log.h"
 #include "providers/GPTEncoder.h"
 
@@ -44,7 +45,14 @@ Chat ChatHistoryBuilder::toChat(const Message& message) {
     std::vector<ChatContentItem> items{ChatContentItem::textItem(message.content)};
     for (const auto& url : message.imageURLs) {
         if (const auto path = pathFromFileUrl(url)) {
-            if (auto data = jpegDataUrl(*path)) items.push_back(ChatContentItem::imageItem(*data));
+            try {
+                items.push_back(ChatContentItem::imageItem(jpegDataUrl(*path)));
+            } catch (const ImageError& error) {
+                // The picture was read when it was attached; one that has
+                // gone or changed since is left out, and the question still
+                // goes with the pictures that remain.
+                log(error.what());
+            }
         } else if (url.find("://") != std::string::npos) {
             items.push_back(ChatContentItem::imageItem(url));
         }

@@ -70,7 +70,10 @@ int runAskCommand(CliContext& context, const CliArguments& arguments) {
     openSynced(session);
     session.loadIndexes();
     if (quote) session.trigger(chat_input::UseContentAsMessageContext{*quote});
-    if (image) session.trigger(chat_input::AddImages{{imageUrl}});
+    if (image) {
+        session.trigger(chat_input::AddImages{{imageUrl}});
+        expectNoError(session);
+    }
     return session.streamReply(
         [&] { session.viewModel().trigger(chat_input::AddMessage{question}); });
 }

@@ -5,6 +5,8 @@
 #include "chat/ChatService.h"
 #include "chat/CompletionStream.h"
 #include "platform/Clipboard.h"
+#include "platform/FileUrl.h"
+#include "platform/ImageDecoder.h"
 #include "platform/Log.h"
 #include "runtime/MainQueue.h"
 #include "store/AppPreferences.h"
@@ -91,6 +93,7 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                         conversation_.messageCount = s.conversation.messageCount;
                     });
                 } else if constexpr (std::is_same_v<T, in::AddImages>) {
+                    checkImages(c.urls);
                     updateState([&](ChatDetailState& s) {
                         s.contextMode = ChatContextMode::images;
                         s.imageURLs.insert(s.imageURLs.end(), c.urls.begin(), c.urls.end());
@@ -248,6 +251,14 @@ void ChatDetailViewModel::applyIndexingUpdate(const IndexingUpdate& update) {
         s.allDocuments = update.documents;
         s.conversation.extraBookmarkIds = update.extraBookmarkIds;
     });
+}
+
+void ChatDetailViewModel::checkImages(const std::vector<std::string>& urls) {
+    // Each picture is decoded once here, so that one the vision model would
+    // never get is refused now, with its reason, and none of the batch joins.
+    for (const auto& url : urls) {
+        if (const auto path = pathFromFileUrl(url)) decodeImage(*path);
+    }
 }
 
 void ChatDetailViewModel::showError(const std::exception& error) {

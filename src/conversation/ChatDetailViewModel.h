@@ -73,6 +73,8 @@ class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, Ch
     friend class ChatSearch;
 
     void sync();
+    // Throws ImageError for the first file URL that is no readable picture.
+    void checkImages(const std::vector<std::string>& urls);
     // A failed input: its words in lastError.
     void showError(const std::exception& error);
     void updateConversation(const std::function<void(Conversation&)>& change);

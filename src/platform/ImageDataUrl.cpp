@@ -1,12 +1,13 @@
 #include "platform/ImageDataUrl.h"
 
-#include <stb/stb_image.h>
 #include <stb/stb_image_resize.h>
 #include <stb/stb_image_write.h>
 
 #include <cmath>
-#include <memory>
 #include <vector>
+
+#include "platform/ImageDecoder.h"
+#include "platform/ImageError.h"
 
 namespace folvane {
 
@@ -38,19 +39,17 @@ std::string base64(const std::vector<unsigned char>& bytes) {
 
 }  // namespace
 
-std::optional<std::string> jpegDataUrl(const std::string& path, int longerSide) {
-    int width = 0, height = 0, original = 0;
-    std::unique_ptr<unsigned char, void (*)(void*)> pixels(
-        stbi_load(path.c_str(), &width, &height, &original, channels), &stbi_image_free);
-    if (!pixels || width <= 0 || height <= 0) return std::nullopt;
+std::string jpegDataUrl(const std::string& path, int longerSide) {
+    const RgbImage image = decodeImage(path);
+    const int width = image.width, height = image.height;
 
     const double scale = double(longerSide) / double(std::max(width, height));
     const int scaledWidth = std::max(1, int(std::lround(width * scale)));
     const int scaledHeight = std::max(1, int(std::lround(height * scale)));
     std::vector<unsigned char> scaled(size_t(scaledWidth) * scaledHeight * channels);
-    if (!stbir_resize_uint8(pixels.get(), width, height, 0, scaled.data(), scaledWidth,
+    if (!stbir_resize_uint8(image.pixels.data(), width, height, 0, scaled.data(), scaledWidth,
                             scaledHeight, 0, channels)) {
-        return std::nullopt;
+        throw ImageError("The image couldn’t be scaled.");
     }
 
     std::vector<unsigned char> jpeg;
@@ -61,7 +60,7 @@ std::optional<std::string> jpegDataUrl(const std::string& path, int longerSide) 
     };
     if (!stbi_write_jpg_to_func(append, &jpeg, scaledWidth, scaledHeight, channels, scaled.data(),
                                 jpegQuality)) {
-        return std::nullopt;
+        throw ImageError("The image couldn’t be written as JPEG.");
     }
     return "data:image/jpeg;base64," + base64(jpeg);
 }

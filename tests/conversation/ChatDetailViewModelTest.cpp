@@ -1,4 +1,6 @@
 #include "conversation/ChatSessionFixture.h"
+#include "platform/FileUrl.h"
+#include "support/TestImage.h"
 
 namespace folvane {
 namespace {
@@ -55,12 +57,15 @@ TEST_F(ChatDetailViewModelTest, ARetiredModelIsRewrittenOnceAtSync) {
 
 TEST_F(ChatDetailViewModelTest, ContextInputsChooseTheModeOfTheNextMessage) {
     auto viewModel = open(makeChat({"Page"}));
-    viewModel->trigger(in::AddImages{{"file:///a.png", "file:///b.png"}});
+    const std::string a = fileUrlFromPath(dir / "a.png"), b = fileUrlFromPath(dir / "b.png");
+    test::writeTestImage(dir / "a.png", test::ImageFormat::png, 4, 4);
+    test::writeTestImage(dir / "b.png", test::ImageFormat::png, 4, 4);
+    viewModel->trigger(in::AddImages{{a, b}});
     EXPECT_EQ(viewModel->state().contextMode, ChatContextMode::images);
-    viewModel->trigger(in::RemoveImages{{"file:///a.png"}});
+    viewModel->trigger(in::RemoveImages{{a}});
     EXPECT_EQ(viewModel->state().contextMode, ChatContextMode::images);
-    EXPECT_EQ(viewModel->state().imageURLs, std::vector<std::string>{"file:///b.png"});
-    viewModel->trigger(in::RemoveImages{{"file:///b.png"}});
+    EXPECT_EQ(viewModel->state().imageURLs, std::vector<std::string>{b});
+    viewModel->trigger(in::RemoveImages{{b}});
     EXPECT_EQ(viewModel->state().contextMode, ChatContextMode::all);
 
     viewModel->trigger(in::UseContentAsMessageContext{"old quote"});
