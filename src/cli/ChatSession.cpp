@@ -64,6 +64,10 @@ void ChatSession::trigger(ChatDetailInput input) {
     queue_.drain();
 }
 
+void ChatSession::expectNoError() const {
+    if (const auto& error = state().lastError) throw std::runtime_error(*error);
+}
+
 bool ChatSession::runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
     return queue_.runUntil(done, timeout);
 }
@@ -72,27 +76,71 @@ void ChatSession::sync() {
     trigger(chat_input::Sync{});
 }
 
-void ChatSession::loadIndexes() {
+int ChatSession::loadIndexes(bool required) {
+    const int pages = runIndexing(chat_input::LoadIndex{});
+    const auto& s = state();
+    if (s.loadingState == LoadingState::failed) {
+        throw std::runtime_error(s.loadingFailReason.value_or("Indexing failed."));
+    }
+    if (required && s.loadingState == LoadingState::none) {
+        if (s.allDocuments.empty()) throw std::runtime_error("The chat has no documents.");
+        throw std::runtime_error(
+            "The chat is not set up yet: store an OpenAI API key (key set) or give the chat a "
+            "custom model.");
+    }
+    return pages;
+}
+
+int ChatSession::runIndexing(ChatDetailInput input) {
     auto& err = context_.err();
+    const auto reading = [](const ChatDetailState& s) {
+        return std::find_if(
+            s.allDocuments.begin(), s.allDocuments.end(),
+            [](const DocumentInfo& d) { return d.indexingState == IndexingState::indexing; });
+    };
+    const auto settled = [&](const ChatDetailState& s) {
+        return s.loadingState != LoadingState::indexing &&
+               s.loadingState != LoadingState::loading &&
+               s.loadingState != LoadingState::indexingExtra && reading(s) == s.allDocuments.end();
+    };
+    // A document's pages count once it has gone from being read to indexed.
+    std::set<int64_t> underway;
+    std::map<int64_t, int> pages;
     int shown = -1;
     auto subscription = viewModel_->subscribe([&] {
         const auto& s = state();
-        if (s.loadingState == LoadingState::indexing && s.indexingProgress != shown) {
+        for (const auto& document : s.allDocuments) {
+            const int64_t id = document.bookmark.id;
+            if (document.indexingState == IndexingState::indexing) {
+                underway.insert(id);
+            } else if (underway.erase(id) > 0 && document.indexingState == IndexingState::indexed) {
+                pages[id] = s.totalPageNumber;
+            }
+        }
+        if (!settled(s) && reading(s) != s.allDocuments.end() && s.indexingProgress != shown) {
             shown = s.indexingProgress;
             err << "\rIndexing the documents: " << shown << "%" << std::flush;
         }
     });
-    trigger(chat_input::LoadIndex{});
-    if (state().loadingState == LoadingState::none) return;  // nothing to load, or not set up
+    trigger(std::move(input));
     if (state().loadingState == LoadingState::loading) err << "Loading the documents' index...\n";
-    runUntil([this] {
-        const auto loading = state().loadingState;
-        return loading == LoadingState::loaded || loading == LoadingState::failed;
-    });
+    runUntil([&] { return settled(state()); });
     if (shown >= 0) err << "\n";
-    if (state().loadingState == LoadingState::failed) {
-        throw std::runtime_error(state().loadingFailReason.value_or("Indexing failed."));
-    }
+    int total = 0;
+    for (const auto& [id, count] : pages) total += count;
+    return total;
+}
+
+bool ChatSession::printDocument(const DocumentInfo& document) {
+    context_.out() << document.bookmark.id << '\t' << rawValue(document.indexingState) << '\t'
+                   << document.fileUrl << '\n';
+    if (document.indexingState != IndexingState::failed) return false;
+    const auto path = pathFromFileUrl(document.fileUrl);
+    context_.err() << (path ? *path : document.fileUrl) << ": "
+                   << (document.errorMessage.empty() ? "Failed to process the document."
+                                                     : document.errorMessage)
+                   << '\n';
+    return true;
 }
 
 int ChatSession::streamReply(const std::function<void()>& start) {

@@ -2,8 +2,8 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "cli/ChatSession.h"
 #include "cli/CliArguments.h"
-#include "cli/CliIndexer.h"
 #include "platform/FileBookmark.h"
 #include "platform/FileUrl.h"
 
@@ -11,25 +11,31 @@ namespace folvane {
 
 namespace {
 
-bool hasDocument(ChatIndexer& indexer, int64_t bookmarkId) {
-    const auto bookmarks = indexer.bookmarks();
-    return std::any_of(bookmarks.begin(), bookmarks.end(),
-                       [&](const Bookmark& b) { return b.id == bookmarkId; });
-}
-
-void expectDocument(ChatIndexer& indexer, int64_t chatId, int64_t bookmarkId) {
-    if (!hasDocument(indexer, bookmarkId)) {
-        throw std::runtime_error("Chat " + std::to_string(chatId) +
-                                 " has no document with the id " + std::to_string(bookmarkId) +
-                                 ".");
-    }
-}
-
-const DocumentInfo* findDocument(const IndexingUpdate& state, int64_t bookmarkId) {
-    for (const auto& document : state.documents) {
+const DocumentInfo* findDocument(const ChatDetailState& state, int64_t bookmarkId) {
+    for (const auto& document : state.allDocuments) {
         if (document.bookmark.id == bookmarkId) return &document;
     }
     return nullptr;
+}
+
+// The chat and its document named by the first two arguments.
+struct DocumentArguments {
+    int64_t chatId;
+    int64_t bookmarkId;
+};
+
+DocumentArguments documentArguments(const CliArguments& args, const std::string& command) {
+    if (args.size() < 2) throw UsageError(command + " needs a chat id and a document id");
+    expectNoMoreArguments(args, 2);
+    return {parseId(args[0], "chat id"), parseId(args[1], "document id")};
+}
+
+void expectDocument(const ChatSession& session, const DocumentArguments& ids) {
+    if (!findDocument(session.state(), ids.bookmarkId)) {
+        throw std::runtime_error("Chat " + std::to_string(ids.chatId) +
+                                 " has no document with the id " + std::to_string(ids.bookmarkId) +
+                                 ".");
+    }
 }
 
 }  // namespace
@@ -45,56 +51,46 @@ int runAddDocumentsCommand(CliContext& context, const CliArguments& args) {
         FileBookmark::make(args[i]);  // exists and is a regular file, or a clear error
         urls.push_back(fileUrlFromPath(args[i]));
     }
-    CliIndexer indexer(context, chatId);
-    indexer.load();
-    const auto before = indexer.indexer().state().documents.size();
-    indexer.run([&](ChatIndexer& chat) { chat.addDocuments(urls); });
-    const auto state = indexer.indexer().state();
+    ChatSession session(context, chatId);
+    session.loadIndexes(true);
+    const size_t before = session.state().allDocuments.size();
+    session.runIndexing(chat_input::AddDocuments{urls});
+    session.expectNoError();
+    const auto& documents = session.state().allDocuments;
     bool failed = false;
-    for (size_t i = before; i < state.documents.size(); ++i) {
-        const auto& document = state.documents[i];
-        context.out() << document.bookmark.id << '\t' << rawValue(document.indexingState) << '\t'
-                      << document.fileUrl << '\n';
-        failed = failed || document.indexingState == IndexingState::failed;
+    for (size_t i = before; i < documents.size(); ++i) {
+        failed = session.printDocument(documents[i]) || failed;
     }
     return failed ? 1 : 0;
 }
 
 // remove-document CHAT_ID BOOKMARK_ID: takes a document out of a chat; its
-// stored rows stay for other chats.
+// stored rows stay for other chats. The indexes need not load: a document
+// that cannot be read can always be removed.
 int runRemoveDocumentCommand(CliContext& context, const CliArguments& args) {
-    if (args.size() < 2) throw UsageError("remove-document needs a chat id and a document id");
-    expectNoMoreArguments(args, 2);
-    const int64_t chatId = parseId(args[0], "chat id");
-    const int64_t bookmarkId = parseId(args[1], "document id");
-    CliIndexer indexer(context, chatId);
-    expectDocument(indexer.indexer(), chatId, bookmarkId);
-    indexer.load();
-    indexer.indexer().removeFromChat(bookmarkId);
+    const DocumentArguments ids = documentArguments(args, "remove-document");
+    ChatSession session(context, ids.chatId);
+    expectDocument(session, ids);
+    session.trigger(chat_input::RemoveFromChat{ids.bookmarkId});
+    session.expectNoError();
     return 0;
 }
 
-// reprocess CHAT_ID BOOKMARK_ID [--ocr]: deletes a document's rows and embeds
-// it again, reading every page by OCR with --ocr.
+// reprocess CHAT_ID BOOKMARK_ID [--ocr]: embeds a document again, reading
+// every page by OCR with --ocr; its old rows answer until the new ones are
+// stored.
 int runReprocessCommand(CliContext& context, const CliArguments& arguments) {
     CliArguments args = arguments;
     const bool ocr = takeFlag(args, "--ocr");
-    if (args.size() < 2) throw UsageError("reprocess needs a chat id and a document id");
-    expectNoMoreArguments(args, 2);
-    const int64_t chatId = parseId(args[0], "chat id");
-    const int64_t bookmarkId = parseId(args[1], "document id");
-    CliIndexer indexer(context, chatId);
-    expectDocument(indexer.indexer(), chatId, bookmarkId);
-    indexer.load();
-    indexer.run([&](ChatIndexer& chat) { chat.rebuildIndex(bookmarkId, ocr); });
-    const IndexingUpdate state = indexer.indexer().state();  // a copy: keep it while reading
-    const DocumentInfo* document = findDocument(state, bookmarkId);
-    if (!document || document->indexingState != IndexingState::indexed) {
-        throw std::runtime_error("Failed to process the document.");
-    }
-    context.out() << bookmarkId << '\t' << rawValue(document->indexingState) << '\t'
-                  << document->fileUrl << '\n';
-    return 0;
+    const DocumentArguments ids = documentArguments(args, "reprocess");
+    ChatSession session(context, ids.chatId);
+    expectDocument(session, ids);
+    session.loadIndexes(true);
+    session.runIndexing(chat_input::RebuildIndex{ids.bookmarkId, ocr});
+    session.expectNoError();
+    const DocumentInfo* document = findDocument(session.state(), ids.bookmarkId);
+    if (!document) throw std::runtime_error("Failed to process the document.");
+    return session.printDocument(*document) ? 1 : 0;
 }
 
 }  // namespace folvane

@@ -1,38 +1,40 @@
+#include <chrono>
 #include <cstdio>
 #include <ostream>
 
+#include "cli/ChatSession.h"
 #include "cli/CliArguments.h"
-#include "cli/CliIndexer.h"
+#include "cli/CliContext.h"
 
 namespace folvane {
 
 // index CHAT_ID: loads the chat's stored rows and embeds the documents that
-// have none, with a progress bar on stderr; then one line per document and
-// the pages per second of the documents embedded.
+// have none, with the progress on stderr; then one line per document (a
+// failed one's reason on stderr) and the pages per second of the documents
+// embedded.
 int runIndexCommand(CliContext& context, const CliArguments& arguments) {
     CliArguments args = arguments;
     if (args.empty()) throw UsageError("index needs a chat id");
     expectNoMoreArguments(args, 1);
-    CliIndexer indexer(context, parseId(args[0], "chat id"));
-    indexer.load();
-    const double seconds = indexer.seconds();
+    const auto start = std::chrono::steady_clock::now();
+    ChatSession session(context, parseId(args[0], "chat id"));
+    const int pages = session.loadIndexes(true);
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
-    auto& out = context.out();
-    const auto state = indexer.indexer().state();
-    for (const auto& document : state.documents) {
-        out << document.bookmark.id << '\t' << rawValue(document.indexingState) << '\t'
-            << document.fileUrl << '\n';
-    }
+    for (const auto& document : session.state().allDocuments) session.printDocument(document);
     size_t chunks = 0;
-    const auto indexes = indexer.indexer().indexes();
-    for (const auto& index : {indexes.local, indexes.openai, indexes.openaiNew}) {
-        if (index) chunks += index->indexItems().size();
+    if (const ChatIndexer* indexer = session.viewModel().indexer()) {
+        const auto indexes = indexer->indexes();
+        for (const auto& index : {indexes.local, indexes.openai, indexes.openaiNew}) {
+            if (index) chunks += index->indexItems().size();
+        }
     }
-    const int pages = indexer.processedPages();
     char rate[64];
     std::snprintf(rate, sizeof rate, "%.1f", seconds > 0 ? pages / seconds : 0.0);
     char elapsed[64];
     std::snprintf(elapsed, sizeof elapsed, "%.2f", seconds);
+    auto& out = context.out();
     out << chunks << " chunks ready in " << elapsed << " s";
     if (pages > 0) out << "; " << pages << " pages embedded, " << rate << " pages per second";
     out << '\n';

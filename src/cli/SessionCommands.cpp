@@ -24,15 +24,10 @@ void printMessage(std::ostream& out, const Message& message) {
         << message.content << "\n\n";
 }
 
-// A failed input leaves its words in the chat's lastError.
-void expectNoError(const ChatSession& session) {
-    if (const auto& error = session.state().lastError) throw std::runtime_error(*error);
-}
-
 // Opens the chat and loads its messages.
 void openSynced(ChatSession& session) {
     session.sync();
-    expectNoError(session);
+    session.expectNoError();
 }
 
 // A command that changes the chat's messages and shows nothing.
@@ -43,7 +38,7 @@ int runMessageOperation(CliContext& context, const CliArguments& args, const std
     ChatSession session(context, chatId);
     openSynced(session);
     session.trigger(std::move(input));
-    expectNoError(session);
+    session.expectNoError();
     return 0;
 }
 
@@ -72,7 +67,7 @@ int runAskCommand(CliContext& context, const CliArguments& arguments) {
     if (quote) session.trigger(chat_input::UseContentAsMessageContext{*quote});
     if (image) {
         session.trigger(chat_input::AddImages{{imageUrl}});
-        expectNoError(session);
+        session.expectNoError();
     }
     return session.streamReply(
         [&] { session.viewModel().trigger(chat_input::AddMessage{question}); });
@@ -123,7 +118,7 @@ int runEditCommand(CliContext& context, const CliArguments& arguments) {
     }
     if (!resend || found->role != "user") {
         session.trigger(chat_input::UpdateMessageContent{messageId, text, resend});
-        expectNoError(session);
+        session.expectNoError();
         return 0;
     }
     session.loadIndexes();
