@@ -1,7 +1,6 @@
 #include "SimilaritySearchKit/Files.h"
 
 #include <charconv>
-#include <cstdlib>
 
 #include "SimilaritySearchKit/IndexFileIO.h"
 #include "platform/Log.h"
@@ -9,12 +8,6 @@
 namespace folvane {
 
 namespace {
-
-std::filesystem::path standardDocumentsDirectory() {
-    if (const char* value = std::getenv("XDG_DOCUMENTS_DIR"); value && *value == '/') return value;
-    const char* home = std::getenv("HOME");
-    return std::filesystem::path(home && *home ? home : "/tmp") / "Documents";
-}
 
 std::string quoted(const std::string& field) {
     std::string out = "\"";
@@ -33,8 +26,6 @@ std::string floatText(float value) {
 }
 
 }  // namespace
-
-Files::Files() : documentsDirectory_(standardDocumentsDirectory()) {}
 
 Files::Files(std::filesystem::path documentsDirectory)
     : documentsDirectory_(std::move(documentsDirectory)) {}

@@ -11,8 +11,8 @@ namespace folvane {
 // Exports index items as a CSV file in a documents folder.
 class Files {
   public:
-    // The user's documents folder: $XDG_DOCUMENTS_DIR, else ~/Documents.
-    Files();
+    // Writes into the given folder (the caller's choice, the user's
+    // documents folder for the application: AppPaths::documentsDirectory).
     explicit Files(std::filesystem::path documentsDirectory);
 
     // Writes <documents>/<name>.csv atomically and gives its path; throws on a file error.

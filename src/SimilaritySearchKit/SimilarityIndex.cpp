@@ -7,7 +7,6 @@
 
 #include "SimilaritySearchKit/CosineSimilarity.h"
 #include "SimilaritySearchKit/JsonStore.h"
-#include "platform/AppPaths.h"
 #include "platform/Log.h"
 
 namespace folvane {
@@ -278,26 +277,20 @@ std::string SimilarityIndex::exportLLMPrompt(const std::string& query,
            query + "\n=========\n" + combinedResultsString(results) + "\n=========\nFINAL ANSWER:";
 }
 
-std::filesystem::path SimilarityIndex::defaultDirectory() const {
-    return AppPaths::standard().dataDirectory;
-}
-
-std::filesystem::path SimilarityIndex::saveIndex(
-    const std::optional<std::filesystem::path>& directory, const std::optional<std::string>& name) {
-    const auto folder = directory.value_or(defaultDirectory());
-    std::filesystem::create_directories(folder);
+std::filesystem::path SimilarityIndex::saveIndex(const std::filesystem::path& directory,
+                                                 const std::optional<std::string>& name) {
+    std::filesystem::create_directories(directory);
     const auto items = indexItems();
-    const auto file = vectorStore_->saveIndex(items, folder, name.value_or(indexName()));
+    const auto file = vectorStore_->saveIndex(items, directory, name.value_or(indexName()));
     log("Saved " + std::to_string(items.size()) + " index items to " + file.string());
     return file;
 }
 
 std::optional<std::vector<IndexItem>> SimilarityIndex::loadIndex(
-    const std::optional<std::filesystem::path>& directory, const std::optional<std::string>& name) {
-    const auto folder = directory.value_or(defaultDirectory());
-    std::filesystem::create_directories(folder);
+    const std::filesystem::path& directory, const std::optional<std::string>& name) {
+    std::filesystem::create_directories(directory);
     const std::string wanted = name.value_or(indexName());
-    const auto files = vectorStore_->listIndexes(folder);
+    const auto files = vectorStore_->listIndexes(directory);
     const auto file = std::find_if(files.begin(), files.end(), [&](const auto& path) {
         return path.filename().string().find(wanted) != std::string::npos;
     });

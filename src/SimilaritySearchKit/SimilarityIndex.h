@@ -16,9 +16,9 @@
 
 #include "SimilaritySearchKit/DistanceMetricProtocol.h"
 #include "SimilaritySearchKit/EmbeddingsProtocol.h"
-#include "store/IndexItem.h"
 #include "SimilaritySearchKit/SearchResult.h"
 #include "SimilaritySearchKit/VectorStoreProtocol.h"
+#include "store/IndexItem.h"
 
 namespace folvane {
 
@@ -105,21 +105,20 @@ class SimilarityIndex {
     virtual std::string exportLLMPrompt(const std::string& query,
                                         const std::vector<SearchResult>& results) const;
 
-    // The directory defaults to the application's data directory, the name to
-    // `indexName`. Throws on a file error.
-    std::filesystem::path saveIndex(
-        const std::optional<std::filesystem::path>& directory = std::nullopt,
-        const std::optional<std::string>& name = std::nullopt);
+    // Writes the items to a file in `directory` (made with its parents when
+    // absent), named `name`, by default `indexName`. The caller names the
+    // directory: the index knows no place of its own. Throws on a file error.
+    std::filesystem::path saveIndex(const std::filesystem::path& directory,
+                                    const std::optional<std::string>& name = std::nullopt);
     // Reads the first index file whose name contains `name` and adds its items
     // on a background thread, without waiting; gives the items read, or nothing
     // when no file matched. Throws on a file error.
     std::optional<std::vector<IndexItem>> loadIndex(
-        const std::optional<std::filesystem::path>& directory = std::nullopt,
+        const std::filesystem::path& directory,
         const std::optional<std::string>& name = std::nullopt);
     void waitForPendingLoads();
 
   private:
-    std::filesystem::path defaultDirectory() const;
     // Both with the lock held exclusively.
     void append(IndexItem item);
     void reindexIds();

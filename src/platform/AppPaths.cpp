@@ -27,6 +27,7 @@ AppPaths AppPaths::standard() {
     paths.dataDirectory = baseDirectory("XDG_DATA_HOME", ".local/share") + "/" + bundleIdentifier;
     paths.configDirectory = baseDirectory("XDG_CONFIG_HOME", ".config") + "/" + bundleIdentifier;
     paths.resourceDirectory = executableResourceDirectory();
+    paths.documentsDirectory = baseDirectory("XDG_DOCUMENTS_DIR", "Documents");
     return paths;
 }
 

@@ -13,6 +13,9 @@ struct AppPaths {
     std::string dataDirectory;
     std::string configDirectory;
     std::string resourceDirectory;  // read-only: seed database, migrations, demo document
+    // The user's documents: $XDG_DOCUMENTS_DIR, else ~/Documents. Last and
+    // defaulted, so that {data, config, resources} still makes a whole value.
+    std::string documentsDirectory = {};
 
     // From the environment, with the resources beside the running executable
     // (bin/../share/folvane).
