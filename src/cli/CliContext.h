@@ -62,6 +62,8 @@ int runIndexCommand(CliContext& context, const CliArguments& args);
 int runAddDocumentsCommand(CliContext& context, const CliArguments& args);
 int runRemoveDocumentCommand(CliContext& context, const CliArguments& args);
 int runReprocessCommand(CliContext& context, const CliArguments& args);
+int runRetrieveCommand(CliContext& context, const CliArguments& args);
+int runExportIndexCommand(CliContext& context, const CliArguments& args);
 int runModelsCommand(CliContext& context, const CliArguments& args);
 int runExportCommand(CliContext& context, const CliArguments& args);
 int runForkCommand(CliContext& context, const CliArguments& args);

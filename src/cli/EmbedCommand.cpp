@@ -1,4 +1,4 @@
-// folvane-cli embed [--model native|distilbert] TEXT
+// folvane-cli embed [--model native|distilbert|contextual] TEXT
 
 #include <cstdio>
 #include <filesystem>
@@ -6,8 +6,10 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "SimilaritySearchKit/BertEncoder.h"
 #include "SimilaritySearchKit/BertTokenizer.h"
 #include "SimilaritySearchKit/DistilbertEmbeddings.h"
+#include "SimilaritySearchKit/NativeContextualEmbeddings.h"
 #include "SimilaritySearchKit/NativeEmbeddings.h"
 #include "chat/AppChatService.h"
 #include "cli/CliArguments.h"
@@ -30,6 +32,21 @@ std::shared_ptr<EmbeddingsProtocol> loadDistilbert(const AppPaths& paths) {
     }
 }
 
+// The mean of the same encoder's token vectors, of whatever width the weights
+// have; no application flow embeds with it.
+std::shared_ptr<EmbeddingsProtocol> loadContextual(const AppPaths& paths) {
+    const std::filesystem::path weights = std::filesystem::path(paths.dataDirectory) / "models" /
+                                          DistilbertEmbeddings::weightsFileName;
+    try {
+        return std::make_shared<NativeContextualEmbeddings>(
+            std::make_shared<const BertEncoder>(weights),
+            std::make_shared<const BertTokenizer>(paths.resourceDirectory));
+    } catch (const std::exception& error) {
+        throw std::runtime_error(std::string("Failed to load the Core ML model. Error: ") +
+                                 error.what());
+    }
+}
+
 }  // namespace
 
 // Prints the vector a text gets: the model's raw name, the dimension and the
@@ -43,24 +60,27 @@ int runEmbedCommand(CliContext& context, const CliArguments& arguments) {
     const std::string& text = args[0];
 
     std::shared_ptr<EmbeddingsProtocol> model;
-    EmbeddingModelType type = EmbeddingModelType::native;
+    std::string name(rawValue(EmbeddingModelType::native));
     if (!choice) {
         model = context.service().embedders().local();
-        type = context.service().embedders().localType();
+        name = rawValue(context.service().embedders().localType());
     } else if (*choice == "native") {
         model = std::make_shared<NativeEmbeddings>("en", NativeEmbeddingType::sentenceEmbedding);
     } else if (*choice == "distilbert") {
         model = loadDistilbert(context.paths());
-        type = EmbeddingModelType::distilbert;
+        name = rawValue(EmbeddingModelType::distilbert);
+    } else if (*choice == "contextual") {
+        model = loadContextual(context.paths());
+        name = "contextual";
     } else {
-        throw UsageError("Unknown model: " + *choice + " (native or distilbert)");
+        throw UsageError("Unknown model: " + *choice + " (native, distilbert or contextual)");
     }
 
     const auto vector = model->encode(text);
     if (!vector) throw std::runtime_error("Failed to encode text. " + text);
 
     auto& out = context.out();
-    out << "model: " << rawValue(type) << '\n' << "dimension: " << vector->size() << '\n';
+    out << "model: " << name << '\n' << "dimension: " << vector->size() << '\n';
     out << "values:";
     for (size_t i = 0; i < vector->size() && i < shownValues; ++i) {
         char value[32];

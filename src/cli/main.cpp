@@ -25,8 +25,10 @@ Commands:
   tokens [FILE | -] [--ids]       count the GPT-2 tokens of a text (--ids: print the ids)
   pages FILE.pdf [--force-ocr] [--json]
                                   print a PDF's text page by page, with OCR where needed
-  chunks FILE.pdf [--json]        print the chunks a PDF is cut into, with page and tokens
-  embed [--model native|distilbert] TEXT
+  chunks FILE.pdf [--json] [--splitter NAME] [--size N]
+                                  print the chunks a PDF is cut into, with page and tokens
+                                  (NAME: custom, recursive-token, token, recursive, character)
+  embed [--model native|distilbert|contextual] TEXT
                                   print the embedding of a text: model, dimension, first values
   index CHAT_ID                   load or build the indexes of a chat's documents
   add-documents CHAT_ID FILE.pdf...
@@ -35,6 +37,10 @@ Commands:
                                   take a document out of a chat
   reprocess CHAT_ID BOOKMARK_ID [--ocr]
                                   index a document again, with OCR on every page if asked
+  retrieve CHAT_ID QUERY [--metric cosine|dotproduct|euclidian] [--top N]
+                                  print the chunks nearest to a query, best first
+  export-index CHAT_ID [--format csv|json|binary] [-o DIR]
+                                  write a chat's indexes to files (default: ~/Documents)
   ask CHAT_ID QUESTION [--quote TEXT | --image FILE]
                                   ask a question and stream the answer
   regenerate CHAT_ID              answer the last question again
@@ -75,6 +81,8 @@ const std::map<std::string, Command> commands{
     {"add-documents", folvane::runAddDocumentsCommand},
     {"remove-document", folvane::runRemoveDocumentCommand},
     {"reprocess", folvane::runReprocessCommand},
+    {"retrieve", folvane::runRetrieveCommand},
+    {"export-index", folvane::runExportIndexCommand},
     {"models", folvane::runModelsCommand},
     {"export", folvane::runExportCommand},
     {"fork", folvane::runForkCommand},
