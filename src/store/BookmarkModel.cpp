@@ -1,6 +1,5 @@
 #include "store/BookmarkModel.h"
 
-#include "platform/Log.h"
 #include "store/RowReading.h"
 
 namespace folvane {
@@ -27,37 +26,22 @@ Bookmark readBookmark(const Statement& row) {
 
 std::vector<Bookmark> BookmarkModel::readAll(Statement& query) const {
     std::vector<Bookmark> result;
-    try {
-        while (query.step()) result.push_back(readBookmark(query));
-    } catch (const std::exception& error) {
-        log(std::string("BookmarkModel.getAll failed: ") + error.what());
-    }
+    while (query.step()) result.push_back(readBookmark(query));
     return result;
 }
 
 std::vector<Bookmark> BookmarkModel::getAll() const {
-    try {
-        auto query = db_->prepare(std::string(selectColumns) + "ORDER BY createdAt DESC");
-        return readAll(query);
-    } catch (const std::exception& error) {
-        log(std::string("BookmarkModel.getAll failed: ") + error.what());
-        return {};
-    }
+    auto query = db_->prepare(std::string(selectColumns) + "ORDER BY createdAt DESC");
+    return readAll(query);
 }
 
 std::vector<Bookmark> BookmarkModel::getAll(const std::vector<int64_t>& ids) const {
     if (ids.empty()) return {};
     std::string placeholders;
     for (size_t i = 0; i < ids.size(); ++i) placeholders += i == 0 ? "?" : ", ?";
-    try {
-        auto query =
-            db_->prepare(std::string(selectColumns) + "WHERE id IN (" + placeholders + ")");
-        for (int64_t id : ids) query.bind(id);
-        return readAll(query);
-    } catch (const std::exception& error) {
-        log(std::string("BookmarkModel.getAll failed: ") + error.what());
-        return {};
-    }
+    auto query = db_->prepare(std::string(selectColumns) + "WHERE id IN (" + placeholders + ")");
+    for (int64_t id : ids) query.bind(id);
+    return readAll(query);
 }
 
 std::optional<Bookmark> BookmarkModel::find(int64_t id) const {

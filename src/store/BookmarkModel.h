@@ -16,10 +16,10 @@ class BookmarkModel {
   public:
     explicit BookmarkModel(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
 
-    // All bookmarks, newest first. A failure is logged and the rows read so far
-    // are returned.
+    // All bookmarks, newest first. Throws DatabaseError: a chat never opens
+    // with a part of its documents, and a migration never works on a part.
     std::vector<Bookmark> getAll() const;
-    // The bookmarks with these ids, in no set order; the same failure rule.
+    // The bookmarks with these ids, in no set order. Throws DatabaseError.
     std::vector<Bookmark> getAll(const std::vector<int64_t>& ids) const;
     std::optional<Bookmark> find(int64_t id) const;
     std::optional<Bookmark> find(const std::string& filePath, const std::string& hash) const;
