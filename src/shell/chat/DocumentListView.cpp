@@ -63,9 +63,12 @@ QString DocumentListView::indexingRate(const ChatDetailState& state) {
         indexingClock_.invalidate();
         return {};
     }
-    if (!indexingClock_.isValid()) {
+    // Each document starts the measure again: the page count is the current
+    // document's.
+    if (!indexingClock_.isValid() || pagesAtStart_ != state.totalPageNumber) {
         indexingClock_.start();
         progressAtStart_ = state.indexingProgress;
+        pagesAtStart_ = state.totalPageNumber;
         return {};
     }
     const double seconds = indexingClock_.elapsed() / 1000.0;

@@ -52,6 +52,7 @@ class DocumentListView final : public QWidget {
     std::optional<Snapshot> shown_;
     QElapsedTimer indexingClock_;
     int progressAtStart_ = 0;
+    int pagesAtStart_ = 0;
     LocateFile locateFile_;
     Subscription subscription_;
 };
