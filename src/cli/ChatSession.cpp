@@ -78,6 +78,7 @@ void ChatSession::sync() {
 
 int ChatSession::loadIndexes(bool required) {
     const int pages = runIndexing(chat_input::LoadIndex{});
+    expectNoError();
     const auto& s = state();
     if (s.loadingState == LoadingState::failed) {
         throw std::runtime_error(s.loadingFailReason.value_or("Indexing failed."));

@@ -203,13 +203,15 @@ void ChatIndexer::runChain(std::stop_token stop, const IndexingSettings& setting
         state_.indexingProgress = 99;
         publish();
     }
-    loadRows(indexed);
+    const std::vector<std::string> unreadable = loadRows(indexed);
     if (stop.stop_requested()) return abandon(extra);
     std::lock_guard lock(mutex_);
-    if (!extra && total > 0 && failures == total && indexed.empty()) {
+    const size_t all = size_t(total) + indexed.size();
+    if (firstReason.empty() && !unreadable.empty()) firstReason = unreadable.front();
+    if (!extra && all > 0 && size_t(failures) + unreadable.size() == all) {
         // Nothing of the chat can answer.
         state_.loadingFailReason =
-            total == 1 ? firstReason : "None of your documents could be processed. " + firstReason;
+            all == 1 ? firstReason : "None of your documents could be processed. " + firstReason;
         state_.loadingState = LoadingState::failed;
     } else {
         state_.loadingFailReason.clear();
@@ -253,7 +255,7 @@ ChatIndexer::Outcome ChatIndexer::processDocument(std::stop_token stop,
     if (!rebuild) {
         // Another indexer may have finished the document while this one waited.
         if (auto row = store_.bookmark(bookmark.id); row && row->indexingStatus == "indexed") {
-            loadRows({*row});
+            loadRowsOf(*row);
             std::lock_guard lock(mutex_);
             markIndexed(bookmark.id);
             return Outcome::loaded;
@@ -349,30 +351,36 @@ std::shared_ptr<SimilarityIndex> ChatIndexer::routedIndex(const std::string& emb
     return localIndex_;
 }
 
-void ChatIndexer::loadRows(const std::vector<Bookmark>& indexed) {
+std::vector<std::string> ChatIndexer::loadRows(const std::vector<Bookmark>& indexed) {
+    std::vector<std::string> reasons;
     for (const auto& bookmark : indexed) {
-        std::vector<IndexItemExtra> rows;
         try {
-            rows = store_.indexItems(bookmark.id);
+            loadRowsOf(bookmark);
         } catch (const std::exception& error) {
-            // A document whose rows cannot be read is passed over; the chat
+            // A document whose rows cannot be read shows why; the chat
             // answers from the others.
-            log(error.what());
-            continue;
-        }
-        std::map<std::shared_ptr<SimilarityIndex>, std::vector<IndexItem>> byIndex;
-        {
             std::lock_guard lock(mutex_);
-            for (auto& row : rows) {
-                auto index = routedIndex(row.embeddingModel);
-                if (!index) continue;  // unloaded meanwhile
-                byIndex[index].push_back(IndexItem{std::move(row.id), std::move(row.text),
-                                                   std::move(row.embedding),
-                                                   std::move(row.metadata)});
-            }
+            reasons.push_back(error.what());
+            setDocumentState(bookmark.id, IndexingState::failed, error.what());
+            publish();
         }
-        for (const auto& [index, items] : byIndex) index->addItems(items);
     }
+    return reasons;
+}
+
+void ChatIndexer::loadRowsOf(const Bookmark& bookmark) {
+    std::vector<IndexItemExtra> rows = store_.indexItems(bookmark.id);
+    std::map<std::shared_ptr<SimilarityIndex>, std::vector<IndexItem>> byIndex;
+    {
+        std::lock_guard lock(mutex_);
+        for (auto& row : rows) {
+            auto index = routedIndex(row.embeddingModel);
+            if (!index) continue;  // unloaded meanwhile
+            byIndex[index].push_back(IndexItem{std::move(row.id), std::move(row.text),
+                                               std::move(row.embedding), std::move(row.metadata)});
+        }
+    }
+    for (const auto& [index, items] : byIndex) index->addItems(items);
 }
 
 void ChatIndexer::tagDocuments(const IndexingSettings& settings,

@@ -117,7 +117,12 @@ class ChatIndexer {
     ChosenIndex chooseIndex(const IndexingSettings& settings, int pageCount) const;
     // With the lock held: the index that rows of this model go to.
     std::shared_ptr<SimilarityIndex> routedIndex(const std::string& embeddingModel) const;
-    void loadRows(const std::vector<Bookmark>& indexed);
+    // Reads the stored rows of the documents into the indexes. A document
+    // whose rows cannot be read is marked failed with the reason, which is
+    // returned; the others go on.
+    std::vector<std::string> loadRows(const std::vector<Bookmark>& indexed);
+    // One document's rows; throws the store's failure.
+    void loadRowsOf(const Bookmark& bookmark);
     void tagDocuments(const IndexingSettings& settings, const std::vector<int64_t>& bookmarkIds);
 
     const DocumentStore& store_;

@@ -97,6 +97,33 @@ TEST_F(DocumentCommandsTest, AddRemoveAndReprocessADocument) {
         << missing.err;
 }
 
+TEST_F(DocumentCommandsTest, StoredRowsThatCannotBeReadFailTheirDocumentWithTheReason) {
+    const std::string chat = openChat({pdf("a.pdf", 1), pdf("b.pdf", 1)});
+    ASSERT_EQ(cli({"index", chat}).exitCode, 0);
+    std::string bookmark;
+    {
+        auto db = SqliteConnection::open(database());
+        auto first = db->prepare("SELECT MIN(bookmarkId) FROM embeddings");
+        ASSERT_TRUE(first.step());
+        bookmark = std::to_string(first.int64(0));
+    }
+    SqliteConnection::open(database())
+        ->execute("UPDATE embeddings SET indexItem = '{\"id\": 7}' WHERE bookmarkId = " + bookmark);
+
+    // The other document still answers.
+    auto one = cli({"index", chat});
+    EXPECT_EQ(one.exitCode, 0) << one.err;
+    EXPECT_NE(one.out.find(bookmark + "\tfailed\t"), std::string::npos) << one.out;
+    EXPECT_NE(one.out.find("1 chunks ready"), std::string::npos) << one.out;
+    EXPECT_NE(one.err.find("Invalid index item in the database"), std::string::npos) << one.err;
+
+    SqliteConnection::open(database())->execute("UPDATE embeddings SET indexItem = 'not json'");
+    auto none = cli({"index", chat});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_NE(none.err.find("None of your documents could be processed."), std::string::npos)
+        << none.err;
+}
+
 TEST_F(DocumentCommandsTest, ErrorsSpeakToTheUser) {
     const struct {
         std::vector<std::string> args;
