@@ -1,29 +1,245 @@
 #include "shell/chat/TranscriptView.h"
 
-#include <QTextBrowser>
+#include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QEvent>
+#include <QFile>
+#include <QFileDialog>
+#include <QFontInfo>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPalette>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <QWebChannel>
+#include <QWebEngineView>
+#include <iostream>
+
+#include "conversation/MessageStylesheet.h"
+#include "conversation/TranscriptRows.h"
+#include "shell/chat/transcript/MessageEditDialog.h"
+#include "shell/chat/transcript/TranscriptBridge.h"
+#include "shell/chat/transcript/TranscriptPage.h"
+#include "store/AppPreferences.h"
 
 namespace folvane {
+
+namespace {
+
+QString base64(const std::string& text) {
+    return QString::fromLatin1(QByteArray::fromStdString(text).toBase64());
+}
+
+}  // namespace
 
 TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent)
     : QWidget(parent),
       chat_(std::move(chat)),
       preferences_(preferences),
-      text_(new QTextBrowser(this)) {
+      view_(new QWebEngineView(this)),
+      page_(new TranscriptPage(view_)),
+      bridge_(new TranscriptBridge(this)),
+      channel_(new QWebChannel(this)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(text_);
-    subscription_ = chat_.subscribe([this] { render(); });
-    render();
+    layout->addWidget(view_);
+    view_->setPage(page_);
+    view_->setContextMenuPolicy(Qt::NoContextMenu);
+    view_->setAccessibleName(tr("Messages"));
+    page_->setBackgroundColor(palette().color(QPalette::Base));
+    channel_->registerObject(QStringLiteral("bridge"), bridge_);
+    page_->setWebChannel(channel_);
+
+    connect(page_, &QWebEnginePage::loadStarted, this, [this] {
+        ++pageLoads_;
+        ready_ = false;
+    });
+    connect(bridge_, &TranscriptBridge::pageReady, this, [this] {
+        ready_ = true;
+        sent_.clear();
+        sentOrder_.clear();
+        pushStyle();
+        push();
+        emit pageReady();
+    });
+    connect(bridge_, &TranscriptBridge::sizeChanged, this, [this](const QString& key, double h) {
+        auto& height = heights_[key];
+        if (height != h) height = h;
+    });
+    connect(bridge_, &TranscriptBridge::rendered, this,
+            [this](const QString& key, const QString& text) {
+                rendered_[key] = text;
+                emit rowRendered(key);
+            });
+    connect(bridge_, &TranscriptBridge::copyRequested, this,
+            [](const QString& text) { QApplication::clipboard()->setText(text); });
+    connect(bridge_, &TranscriptBridge::actionRequested, this, &TranscriptView::runAction);
+    connect(bridge_, &TranscriptBridge::contextMenuRequested, this,
+            &TranscriptView::showContextMenu);
+
+    subscription_ = chat_.subscribe([this] { schedule(); });
+    preferencesSubscription_ = preferences_.subscribe([this](std::string_view) {
+        // A setting may change every row (Markdown, mathematics, page buttons)
+        // or the style: the page gets all of it again.
+        if (!ready_) return;
+        sent_.clear();
+        pushStyle();
+        schedule();
+    });
+    page_->load(TranscriptPage::documentUrl());
 }
 
-void TranscriptView::render() {
-    QString text;
+double TranscriptView::rowHeight(const QString& key) const {
+    auto it = heights_.find(key);
+    return it == heights_.end() ? 0 : it->second;
+}
+
+QString TranscriptView::renderedText(const QString& key) const {
+    auto it = rendered_.find(key);
+    return it == rendered_.end() ? QString() : it->second;
+}
+
+void TranscriptView::changeEvent(QEvent* event) {
+    // The desktop's colour scheme changed: follow it when the setting says so.
+    if (event->type() == QEvent::ApplicationPaletteChange && ready_) pushStyle();
+    QWidget::changeEvent(event);
+}
+
+bool TranscriptView::isDark() const {
+    switch (preferences_.colorScheme()) {
+        case AppColorScheme::light:
+            return false;
+        case AppColorScheme::dark:
+            return true;
+        case AppColorScheme::system:
+            break;
+    }
+    return QApplication::palette().color(QPalette::Window).lightness() < 128;
+}
+
+void TranscriptView::pushStyle() {
+    // The page measures in CSS pixels: the desktop's font size as the page
+    // would draw it.
+    const int systemSize = QFontInfo(QApplication::font()).pixelSize();
+    const auto style = MessageStylesheet::from(preferences_, systemSize > 0 ? systemSize : 13);
+    const bool dark = isDark();
+    page_->setBackgroundColor(dark ? QColor(0x1e, 0x1e, 0x1e) : QColor(Qt::white));
+    page_->runJavaScript(QStringLiteral("window.transcript.setStyle('%1', '%2', '%3', %4)")
+                             .arg(base64(style.stylesheet),
+                                  QString::fromStdString(style.lightTheme),
+                                  QString::fromStdString(style.darkTheme),
+                                  dark ? QStringLiteral("true") : QStringLiteral("false")));
+}
+
+void TranscriptView::schedule() {
+    if (scheduled_) return;
+    scheduled_ = true;
+    QTimer::singleShot(0, this, [this] {
+        scheduled_ = false;
+        push();
+    });
+}
+
+void TranscriptView::push() {
+    if (!ready_) return;
+    const auto rows = TranscriptRows::build(
+        chat_.state(),
+        {preferences_.useMarkdown(), preferences_.useLaTeX(), preferences_.showPageReferences()});
+    nlohmann::ordered_json order = nlohmann::ordered_json::array();
+    nlohmann::ordered_json changed = nlohmann::ordered_json::object();
+    std::vector<std::string> keys;
+    std::map<std::string, nlohmann::ordered_json> now;
+    for (const auto& row : rows) {
+        keys.push_back(row.key);
+        order.push_back(row.key);
+        auto it = sent_.find(row.key);
+        if (it == sent_.end() || it->second != row.content) changed[row.key] = row.content;
+        now[row.key] = row.content;
+    }
+    if (changed.empty() && keys == sentOrder_) return;
+    sent_ = std::move(now);
+    sentOrder_ = std::move(keys);
+    const nlohmann::ordered_json payload = {{"order", order}, {"rows", changed}};
+    page_->runJavaScript(
+        QStringLiteral("window.transcript.apply('%1')")
+            .arg(base64(payload.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace))));
+}
+
+void TranscriptView::runAction(const QString& name, const QString& key, int index) {
+    namespace in = chat_input;
+    if (name == "regenerateLast") return chat_.trigger(in::Regenerate{});
+    if (name == "continue") return chat_.trigger(in::ContinueGenerating{});
     const auto& state = chat_.state();
-    for (const auto& message : state.messages)
-        text += QString::fromStdString(message.content) + "\n\n";
-    if (state.liveMessage) text += QString::fromStdString(state.liveMessage->content);
-    text_->setPlainText(text);
+    const Message* message = TranscriptRows::findMessage(state, key.toStdString());
+    if (!message) return;
+    if (name == "goToReference") {
+        if (message->references && index >= 0 &&
+            index < static_cast<int>(message->references->size()))
+            chat_.trigger(in::GoToReference{(*message->references)[index]});
+    } else if (name == "deleteMarker") {
+        chat_.trigger(in::DeleteMessage{message->id});
+    } else if (name == "openSearch") {
+        QDesktopServices::openUrl(QUrl(QString::fromStdString(
+            TranscriptRows::searchUrl(TranscriptRows::searchQuery(*message)))));
+    } else if (name == "previewImage") {
+        if (index >= 0 && index < static_cast<int>(message->imageURLs.size())) {
+            const QUrl url(QString::fromStdString(message->imageURLs[index]));
+            if (url.isLocalFile()) QDesktopServices::openUrl(url);
+        }
+    } else if (name == "copy") {
+        copyMessage(*message);
+    } else if (name == "edit") {
+        editMessage(*message);
+    } else if (name == "regenerate") {
+        chat_.trigger(in::Regenerate{});
+    } else if (name == "save") {
+        saveMessage(*message);
+    } else if (name == "delete") {
+        deleteMessage(*message);
+    }
+}
+
+void TranscriptView::showContextMenu(const QString& key) {
+    auto it = sent_.find(key.toStdString());
+    if (it == sent_.end() || !it->second.contains("actions")) return;
+    QMenu menu(this);
+    for (const auto& action : it->second["actions"]) {
+        const QString name = QString::fromStdString(action["action"].get<std::string>());
+        menu.addAction(QString::fromStdString(action["title"].get<std::string>()), this,
+                       [this, name, key] { runAction(name, key, -1); });
+    }
+    menu.exec(QCursor::pos());
+}
+
+void TranscriptView::copyMessage(const Message& message) {
+    QApplication::clipboard()->setText(QString::fromStdString(message.content));
+}
+
+void TranscriptView::editMessage(const Message& message) {
+    const int64_t id = message.id;
+    MessageEditDialog dialog(QString::fromStdString(message.content), this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    chat_.trigger(chat_input::UpdateMessageContent{id, dialog.text().toStdString(), false});
+}
+
+void TranscriptView::saveMessage(const Message& message) {
+    const QString content = QString::fromStdString(message.content);
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Save message to file"), tr("Untitled.txt"));
+    if (path.isEmpty()) return;
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(content.toUtf8()) < 0) {
+        std::cout << "Failed to save file: " << file.errorString().toStdString() << std::endl;
+    }
+}
+
+void TranscriptView::deleteMessage(const Message& message) {
+    const int64_t id = message.id;
+    const auto answer = QMessageBox::question(this, tr("Delete Message"), tr("Confirm Deletion?"),
+                                              QMessageBox::Yes | QMessageBox::No);
+    if (answer == QMessageBox::Yes) chat_.trigger(chat_input::DeleteMessage{id});
 }
 
 }  // namespace folvane

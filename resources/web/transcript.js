@@ -1,0 +1,350 @@
+// The transcript of one chat window: every row in one page. The window sends
+// the rows that changed (base64 of UTF-8 JSON) and the style; the page draws
+// them and answers over the web channel with each row's height, the text it
+// rendered, copy requests and the actions the user takes.
+(function () {
+    'use strict';
+
+    let bridge = null;
+    const rowsElement = document.getElementById('rows');
+    const elements = new Map();   // row key -> element
+    const heights = new Map();    // row key -> last height reported
+    let style = { stylesheet: '', light: 'github', dark: 'github-dark', isDark: false };
+
+    function decodeBase64(text) {
+        const bytes = Uint8Array.from(atob(text), (c) => c.charCodeAt(0));
+        return new TextDecoder('utf-8').decode(bytes);
+    }
+
+    function encodeBase64(text) {
+        const bytes = new TextEncoder().encode(text);
+        let binary = '';
+        for (let i = 0; i < bytes.length; i += 0x8000)
+            binary += String.fromCharCode.apply(null, bytes.subarray(i, i + 0x8000));
+        return btoa(binary);
+    }
+
+    function escapeHtml(text) {
+        return text.replace(/[&<>"']/g, (c) => ({
+            '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&#39;'
+        }[c]));
+    }
+
+    function highlight(code, language) {
+        try {
+            if (language && hljs.getLanguage(language))
+                return hljs.highlight(code, { language: language, ignoreIllegals: true }).value;
+        } catch (e) { /* drawn plain below */ }
+        return escapeHtml(code);
+    }
+
+    function makeRenderer(withMath) {
+        const md = window.markdownit({
+            html: false,
+            linkify: true,
+            breaks: false,
+            highlight: (code, language) =>
+                '<pre><code class="hljs">' + highlight(code, language) + '</code></pre>'
+        });
+        if (withMath && window.texmath && window.katex)
+            md.use(window.texmath, { engine: window.katex, delimiters: ['dollars', 'brackets'],
+                                     katexOptions: { throwOnError: false } });
+        return md;
+    }
+    const renderers = {};
+    function renderer(withMath) {
+        const name = withMath ? 'math' : 'plain';
+        if (!renderers[name]) renderers[name] = makeRenderer(withMath);
+        return renderers[name];
+    }
+
+    function sanitize(html) {
+        return DOMPurify.sanitize(html, {
+            FORBID_TAGS: ['style', 'form', 'input', 'textarea', 'select', 'button', 'iframe'],
+            ALLOW_DATA_ATTR: false
+        });
+    }
+
+    function send(name, key, index) {
+        if (bridge) bridge.action(name, key || '', index === undefined ? -1 : index);
+    }
+
+    function button(text, label, onClick) {
+        const b = document.createElement('button');
+        b.type = 'button';
+        b.textContent = text;
+        if (label) {
+            b.setAttribute('aria-label', label);
+            b.title = label;
+        }
+        b.addEventListener('click', (event) => {
+            event.stopPropagation();
+            onClick(b);
+        });
+        return b;
+    }
+
+    function addCodeCopyButtons(container) {
+        container.querySelectorAll('pre').forEach((pre) => {
+            const code = pre.querySelector('code');
+            if (!code) return;
+            const copy = button('Copy', 'Copy code', (b) => {
+                if (bridge) bridge.copyToClipboardHandler(code.innerText);
+                b.textContent = 'Copied';
+                setTimeout(() => { b.textContent = 'Copy'; }, 1500);
+            });
+            copy.className = 'copy-code';
+            pre.appendChild(copy);
+        });
+    }
+
+    function actionBar(key, actions) {
+        const bar = document.createElement('div');
+        bar.className = 'actions';
+        bar.setAttribute('role', 'toolbar');
+        bar.setAttribute('aria-label', 'Message actions');
+        for (const action of actions) {
+            bar.appendChild(button(action.help, action.help, (b) => {
+                send(action.action, key);
+                if (action.action === 'copy') {
+                    b.textContent = 'Copied';
+                    b.setAttribute('aria-label', 'Copied');
+                    setTimeout(() => {
+                        b.textContent = action.help;
+                        b.setAttribute('aria-label', action.help);
+                    }, 1500);
+                }
+            }));
+        }
+        return bar;
+    }
+
+    function drawUser(element, key, row) {
+        element.setAttribute('aria-label', 'Your message');
+        const bubble = document.createElement('div');
+        bubble.className = 'bubble clamped';
+        if (row.context) {
+            const context = document.createElement('div');
+            context.className = 'context';
+            const label = document.createElement('strong');
+            label.textContent = 'Context:';
+            context.append(label, ' ' + row.context);
+            bubble.appendChild(context);
+        }
+        bubble.appendChild(document.createTextNode(row.text));
+        element.appendChild(bubble);
+        if (row.images && row.images.length) {
+            const thumbnails = document.createElement('div');
+            thumbnails.className = 'thumbnails';
+            row.images.forEach((url, index) => {
+                const image = document.createElement('img');
+                image.src = url;
+                image.alt = 'Attached image ' + (index + 1);
+                image.tabIndex = 0;
+                image.setAttribute('role', 'button');
+                image.addEventListener('click', () => send('previewImage', key, index));
+                image.addEventListener('keydown', (event) => {
+                    if (event.key === 'Enter' || event.key === ' ') send('previewImage', key, index);
+                });
+                thumbnails.appendChild(image);
+            });
+            element.appendChild(thumbnails);
+        }
+        requestAnimationFrame(() => {
+            if (bubble.scrollHeight > bubble.clientHeight + 1) {
+                const more = button(row.showFull, row.showFull, (b) => {
+                    bubble.classList.remove('clamped');
+                    b.remove();
+                });
+                bubble.after(more);
+            } else {
+                bubble.classList.remove('clamped');
+            }
+        });
+    }
+
+    function drawAssistant(element, key, row) {
+        element.setAttribute('aria-label', 'Assistant message');
+        const content = document.createElement('div');
+        content.className = 'content';
+        if (row.markdown) {
+            content.innerHTML = sanitize(renderer(row.math).render(row.text));
+            addCodeCopyButtons(content);
+        } else {
+            content.classList.add('plain');
+            content.textContent = row.text;
+        }
+        element.appendChild(content);
+        if (row.references) {
+            const references = document.createElement('div');
+            references.className = 'references';
+            const label = document.createElement('span');
+            label.className = 'label';
+            label.textContent = row.pageLabel;
+            references.appendChild(label);
+            for (const reference of row.references) {
+                references.appendChild(button(reference.label, reference.tooltip,
+                                              () => send('goToReference', key, reference.index)));
+            }
+            element.appendChild(references);
+        }
+    }
+
+    // The text a shown assistant row reads as, without the copy buttons.
+    function reportRenderedText(key, element) {
+        const content = element.querySelector('.content');
+        if (!content || !bridge) return;
+        const buttons = content.querySelectorAll('.copy-code');
+        buttons.forEach((b) => { b.hidden = true; });
+        const text = content.innerText;
+        buttons.forEach((b) => { b.hidden = false; });
+        bridge.renderedContentHandler(key, encodeBase64(text));
+    }
+
+    function draw(key, row) {
+        const element = document.createElement('div');
+        element.className = 'row ' + row.kind;
+        element.dataset.key = key;
+        switch (row.kind) {
+        case 'user':
+            drawUser(element, key, row);
+            break;
+        case 'assistant':
+            drawAssistant(element, key, row);
+            break;
+        case 'divider': {
+            element.setAttribute('role', 'separator');
+            element.setAttribute('aria-label', row.text);
+            const text = document.createElement('span');
+            text.textContent = row.text;
+            element.append(text, button(row.deleteLabel, row.deleteLabel,
+                                        () => send('deleteMarker', key)));
+            break;
+        }
+        case 'search': {
+            const text = document.createElement('span');
+            text.textContent = '\u{1F50D} ' + row.text + row.query + ' ';
+            element.append(text, button(row.button, row.button, () => send('openSearch', key)));
+            break;
+        }
+        case 'waiting': {
+            element.setAttribute('role', 'progressbar');
+            element.setAttribute('aria-label', 'Waiting for the reply');
+            const dots = document.createElement('span');
+            dots.className = 'dots';
+            element.appendChild(dots);
+            break;
+        }
+        case 'status':
+        case 'error':
+            element.setAttribute('role', row.kind === 'error' ? 'alert' : 'status');
+            element.textContent = row.text;
+            break;
+        case 'regenerate':
+            element.appendChild(button(row.regenerate, row.regenerate, () => send('regenerateLast')));
+            if (row.continue)
+                element.appendChild(button(row.continue, row.continue, () => send('continue')));
+            break;
+        case 'empty':
+            element.textContent = row.text;
+            break;
+        }
+        if (row.kind === 'user' || row.kind === 'assistant') {
+            element.setAttribute('role', 'article');
+            element.tabIndex = 0;
+            if (row.actions) {
+                element.appendChild(actionBar(key, row.actions));
+                element.addEventListener('contextmenu', (event) => {
+                    if (window.getSelection().toString()) return;
+                    event.preventDefault();
+                    if (bridge) bridge.contextMenu(key);
+                });
+            }
+        }
+        return element;
+    }
+
+    const resizeObserver = new ResizeObserver((entries) => {
+        for (const entry of entries) {
+            const key = entry.target.dataset.key;
+            const height = entry.target.getBoundingClientRect().height;
+            if (heights.get(key) === height) continue;
+            heights.set(key, height);
+            if (bridge) bridge.sizeChangeHandler(key, height);
+        }
+    });
+
+    function nearBottom() {
+        const scroller = document.scrollingElement;
+        return scroller.scrollHeight - scroller.scrollTop - scroller.clientHeight < 40;
+    }
+
+    // {order: [keys], rows: {key: row}}: the rows in order, and the content of
+    // those that are new or changed. Rows not in the order go.
+    function apply(payload) {
+        const stick = nearBottom();
+        for (const [key, row] of Object.entries(payload.rows || {})) {
+            const old = elements.get(key);
+            const element = draw(key, row);
+            if (old) {
+                resizeObserver.unobserve(old);
+                old.replaceWith(element);
+            }
+            elements.set(key, element);
+            resizeObserver.observe(element);
+        }
+        const keep = new Set(payload.order);
+        for (const [key, element] of elements) {
+            if (keep.has(key)) continue;
+            resizeObserver.unobserve(element);
+            element.remove();
+            elements.delete(key);
+            heights.delete(key);
+        }
+        let previous = null;
+        for (const key of payload.order) {
+            const element = elements.get(key);
+            if (!element) continue;
+            const expected = previous ? previous.nextSibling : rowsElement.firstChild;
+            if (expected !== element) rowsElement.insertBefore(element, expected);
+            previous = element;
+        }
+        for (const [key, row] of Object.entries(payload.rows || {})) {
+            if (row.kind === 'assistant') reportRenderedText(key, elements.get(key));
+        }
+        if (stick) document.scrollingElement.scrollTop = document.scrollingElement.scrollHeight;
+    }
+
+    function applyStyle() {
+        document.getElementById('message-style').textContent = style.stylesheet;
+        document.documentElement.classList.toggle('dark', style.isDark);
+        const theme = style.isDark ? style.dark : style.light;
+        if (/^[a-z0-9-]+$/.test(theme))
+            document.getElementById('code-theme').href = 'lib/styles/' + theme + '.min.css';
+    }
+
+    window.transcript = {
+        apply: (base64) => apply(JSON.parse(decodeBase64(base64))),
+        setStyle: (stylesheetBase64, light, dark, isDark) => {
+            style = { stylesheet: decodeBase64(stylesheetBase64), light: light || 'github',
+                      dark: dark || 'github-dark', isDark: !!isDark };
+            applyStyle();
+        }
+    };
+
+    // The contract of one message view, kept for a single message: the
+    // Markdown as base64 of UTF-8, the stylesheet and the two theme names.
+    window.updateWithMarkdownContentBase64Encoded2 = (markdown, stylesheet, light, dark) => {
+        style = { stylesheet: stylesheet, light: light || 'github', dark: dark || 'github-dark',
+                  isDark: style.isDark };
+        applyStyle();
+        apply({ order: ['message'],
+                rows: { message: { kind: 'assistant', text: decodeBase64(markdown),
+                                   markdown: true, math: true } } });
+    };
+
+    new QWebChannel(qt.webChannelTransport, (channel) => {
+        bridge = channel.objects.bridge;
+        bridge.ready();
+    });
+})();
