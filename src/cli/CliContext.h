@@ -77,5 +77,7 @@ int runResetContextCommand(CliContext& context, const CliArguments& args);
 int runClearMarkersCommand(CliContext& context, const CliArguments& args);
 int runDeleteMessagesCommand(CliContext& context, const CliArguments& args);
 int runSearchCommand(CliContext& context, const CliArguments& args);
+int runFindCommand(CliContext& context, const CliArguments& args);
+int runRenderCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

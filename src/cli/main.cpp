@@ -28,6 +28,9 @@ Commands:
   chunks FILE.pdf [--json] [--splitter NAME] [--size N]
                                   print the chunks a PDF is cut into, with page and tokens
                                   (NAME: custom, recursive-token, token, recursive, character)
+  find FILE.pdf WORDS [--json]    print each match of the words: page, label, one rectangle a line
+  render FILE.pdf PAGE -o FILE.png [--zoom Z] [--highlight TEXT]
+                                  draw a page as the viewer does, the passage highlighted
   embed [--model native|distilbert|contextual] TEXT
                                   print the embedding of a text: model, dimension, first values
   index CHAT_ID                   load or build the indexes of a chat's documents
@@ -76,6 +79,8 @@ const std::map<std::string, Command> commands{
     {"tokens", folvane::runTokensCommand},
     {"pages", folvane::runPagesCommand},
     {"chunks", folvane::runChunksCommand},
+    {"find", folvane::runFindCommand},
+    {"render", folvane::runRenderCommand},
     {"embed", folvane::runEmbedCommand},
     {"index", folvane::runIndexCommand},
     {"add-documents", folvane::runAddDocumentsCommand},
