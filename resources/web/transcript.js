@@ -163,13 +163,37 @@
         });
     }
 
-    function drawAssistant(element, key, row) {
+    function renderMarkdown(content, row) {
+        content.classList.remove('plain', 'pending');
+        content.innerHTML = sanitize(renderer(row.math).render(row.text));
+        addCodeCopyButtons(content);
+    }
+
+    // Rows far from the end render their Markdown when they come near the
+    // viewport; until then they show their text as it is.
+    const pendingObserver = new IntersectionObserver((entries) => {
+        for (const entry of entries) {
+            if (!entry.isIntersecting) continue;
+            const element = entry.target;
+            pendingObserver.unobserve(element);
+            const content = element.querySelector('.content.pending');
+            if (!content || !element.row) continue;
+            renderMarkdown(content, element.row);
+            reportRenderedText(element.dataset.key, element);
+        }
+    }, { rootMargin: '1000px 0px' });
+
+    function drawAssistant(element, key, row, lazy) {
         element.setAttribute('aria-label', 'Assistant message');
         const content = document.createElement('div');
         content.className = 'content';
-        if (row.markdown) {
-            content.innerHTML = sanitize(renderer(row.math).render(row.text));
-            addCodeCopyButtons(content);
+        if (row.markdown && lazy) {
+            content.classList.add('plain', 'pending');
+            content.textContent = row.text;
+            element.row = row;
+            pendingObserver.observe(element);
+        } else if (row.markdown) {
+            renderMarkdown(content, row);
         } else {
             content.classList.add('plain');
             content.textContent = row.text;
@@ -193,7 +217,7 @@
     // The text a shown assistant row reads as, without the copy buttons.
     function reportRenderedText(key, element) {
         const content = element.querySelector('.content');
-        if (!content || !bridge) return;
+        if (!content || !bridge || content.classList.contains('pending')) return;
         const buttons = content.querySelectorAll('.copy-code');
         buttons.forEach((b) => { b.hidden = true; });
         const text = content.innerText;
@@ -201,7 +225,7 @@
         bridge.renderedContentHandler(key, encodeBase64(text));
     }
 
-    function draw(key, row) {
+    function draw(key, row, lazy) {
         const element = document.createElement('div');
         element.className = 'row ' + row.kind;
         element.dataset.key = key;
@@ -210,7 +234,7 @@
             drawUser(element, key, row);
             break;
         case 'assistant':
-            drawAssistant(element, key, row);
+            drawAssistant(element, key, row, lazy);
             break;
         case 'divider': {
             element.setAttribute('role', 'separator');
@@ -283,11 +307,14 @@
     // those that are new or changed. Rows not in the order go.
     function apply(payload) {
         const stick = nearBottom();
+        const position = new Map(payload.order.map((key, index) => [key, index]));
+        const eager = payload.order.length - 6;
         for (const [key, row] of Object.entries(payload.rows || {})) {
             const old = elements.get(key);
-            const element = draw(key, row);
+            const element = draw(key, row, key !== 'live' && position.get(key) < eager);
             if (old) {
                 resizeObserver.unobserve(old);
+                pendingObserver.unobserve(old);
                 old.replaceWith(element);
             }
             elements.set(key, element);
@@ -297,6 +324,7 @@
         for (const [key, element] of elements) {
             if (keep.has(key)) continue;
             resizeObserver.unobserve(element);
+            pendingObserver.unobserve(element);
             element.remove();
             elements.delete(key);
             heights.delete(key);

@@ -147,6 +147,24 @@ class TranscriptViewTest : public QObject {
         QCOMPARE(t.view.pageLoads(), 1);
     }
 
+    void rowsFarFromTheEndRenderWhenScrolledTo() {
+        Transcript t;
+        t.chat->set([](ChatDetailState& s) {
+            for (int id = 1; id <= 60; ++id)
+                s.messages.push_back(message(id, "assistant",
+                                             "**Answer " + std::to_string(id) +
+                                                 "**\n\nSome words.\n\n"
+                                                 "```\ncode\n```"));
+        });
+        QVERIFY(t.waitReady());
+        QTRY_VERIFY_WITH_TIMEOUT(!t.view.renderedText("60").isEmpty(), 10000);
+        QVERIFY(t.view.renderedText("1").isEmpty());
+        QCOMPARE(t.eval("document.querySelectorAll('.content.pending').length > 30").toBool(),
+                 true);
+        t.eval("document.scrollingElement.scrollTop = 0");
+        QTRY_VERIFY(t.view.renderedText("1").startsWith("Answer 1"));
+    }
+
     void pageButtonsAndRegenerateSendTheirInputs() {
         Transcript t;
         auto answer = message(3, "assistant", "See the paper.");
