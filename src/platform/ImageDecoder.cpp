@@ -170,7 +170,8 @@ RgbImage decodeWithStb(const std::string& path, const std::string& bytes) {
     std::unique_ptr<unsigned char, void (*)(void*)> pixels(
         stbi_load_from_memory(data, int(bytes.size()), &width, &height, &original, channels),
         &stbi_image_free);
-    if (!pixels) throw damaged(path);
+    // The header and the pixels must agree before the copy.
+    if (!pixels || width != image.width || height != image.height) throw damaged(path);
     std::memcpy(image.pixels.data(), pixels.get(), image.pixels.size());
     return image;
 }
