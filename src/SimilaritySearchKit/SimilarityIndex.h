@@ -110,6 +110,10 @@ class SimilarityIndex {
     // directory: the index knows no place of its own. Throws on a file error.
     std::filesystem::path saveIndex(const std::filesystem::path& directory,
                                     const std::optional<std::string>& name = std::nullopt);
+    // The read side of saveIndex (and of `folvane-cli export-index --format
+    // json`): no flow of the application reads an index file, its indexes are
+    // filled from the store; this stays so that a written file can be read
+    // back into an index.
     // Reads the first index file whose name contains `name` and adds its items
     // on a background thread, without waiting; gives the items read, or nothing
     // when no file matched. Throws on a file error.
