@@ -71,6 +71,12 @@ int runRemoveDocumentCommand(CliContext& context, const CliArguments& args) {
     const DocumentArguments ids = documentArguments(args, "remove-document");
     ChatSession session(context, ids.chatId);
     expectDocument(session, ids);
+    if (session.state().conversation.bookmarkId == ids.bookmarkId) {
+        // The chat stands on its first document; only the ones added later leave.
+        throw std::runtime_error("Document " + std::to_string(ids.bookmarkId) +
+                                 " is the one the chat was opened with and can't be taken out "
+                                 "of it; remove the chat instead.");
+    }
     session.trigger(chat_input::RemoveFromChat{ids.bookmarkId});
     session.expectNoError();
     return 0;

@@ -164,6 +164,15 @@ TEST_F(IndexToolsTest, ADocumentOfAChatThatCannotIndexCanStillBeRemoved) {
     const auto removed = cli({"remove-document", chat, std::to_string(ids[0].get<int64_t>())});
     EXPECT_EQ(removed.exitCode, 0) << removed.err;
     EXPECT_EQ(nlohmann::json::parse(extras()).size(), 0u);
+
+    // The first document stays: the chat is opened on it.
+    auto db = SqliteConnection::open(dataDir + "/db.sqlite3");
+    auto query = db->prepare("SELECT bookmarkId FROM conversations WHERE id = " + chat);
+    ASSERT_TRUE(query.step());
+    const std::string main = std::to_string(query.int64(0));
+    const auto refused = cli({"remove-document", chat, main});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_THAT(refused.err, HasSubstr("is the one the chat was opened with"));
 }
 
 }  // namespace
