@@ -1,5 +1,7 @@
 #include "shell/app/WindowManager.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QMessageBox>
 
 #include "conversation/AppCore.h"
@@ -20,6 +22,7 @@ void WindowManager::showWelcome() {
     if (!start_) {
         start_ = new StartWindow(*this);
         start_->setAttribute(Qt::WA_DeleteOnClose);
+        addQuitAction(start_);
     }
     start_->show();
     start_->raise();
@@ -31,10 +34,19 @@ void WindowManager::openChat(int64_t conversationId) {
     if (!slot) {
         slot = new ChatWindow(conversationId, *this);
         slot->setAttribute(Qt::WA_DeleteOnClose);
+        addQuitAction(slot);
     }
     slot->show();
     slot->raise();
     slot->activateWindow();
+}
+
+void WindowManager::addQuitAction(QWidget* window) {
+    auto* quit = new QAction(QStringLiteral("Quit"), window);
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setShortcutContext(Qt::WindowShortcut);
+    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    window->addAction(quit);
 }
 
 StartWindow* WindowManager::startWindow() const {

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <map>
 
+#include "shell/app/AppState.h"
+
 namespace folvane {
 
 class AppCore;
@@ -22,6 +24,7 @@ class WindowManager final : public QObject {
     ~WindowManager() override;
 
     AppCore& core() { return core_; }
+    AppState& appState() { return appState_; }
 
     void showWelcome();
     void openChat(int64_t conversationId);
@@ -33,7 +36,11 @@ class WindowManager final : public QObject {
     ChatWindow* chatWindow(int64_t conversationId) const;
 
   private:
+    // Quit (Ctrl+Q) in every window the manager opens.
+    void addQuitAction(QWidget* window);
+
     AppCore& core_;
+    AppState appState_;
     QPointer<StartWindow> start_;
     std::map<int64_t, QPointer<ChatWindow>> chats_;
 };

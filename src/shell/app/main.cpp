@@ -3,13 +3,63 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QMessageBox>
+#include <QTimer>
+#include <QUrl>
+#include <cstdio>
+#include <thread>
 
 #include "conversation/AppCore.h"
+#include "conversation/CustomModelListViewModel.h"
 #include "platform/AppPaths.h"
+#include "platform/Log.h"
+#include "providers/OpenRouterCatalogue.h"
 #include "shell/app/QtMainQueue.h"
+#include "shell/app/SingleInstance.h"
 #include "shell/app/WindowManager.h"
+#include "store/AppPreferences.h"
 #include "store/FatalError.h"
+
+namespace {
+
+// The files to open, as absolute paths; URLs other than file URLs are left
+// out. "--welcome" asks for the start window, which every launch shows anyway.
+QStringList readArguments(const QStringList& arguments) {
+    QStringList files;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        if (argument == QLatin1String("--welcome")) {
+            continue;
+        } else if (argument.startsWith(QLatin1String("--"))) {
+            std::fprintf(stderr, "Unknown option: %s\n", qPrintable(argument));
+        } else if (argument.contains(QLatin1String("://"))) {
+            const QUrl url(argument);
+            if (url.isLocalFile()) files << QFileInfo(url.toLocalFile()).absoluteFilePath();
+        } else {
+            files << QFileInfo(argument).absoluteFilePath();
+        }
+    }
+    return files;
+}
+
+// Fetches the OpenRouter model list away from the main thread and stores it
+// there; a failure is only printed.
+std::jthread fetchOpenRouterCatalogue(folvane::AppCore& core) {
+    return std::jthread([&core, http = core.http()](std::stop_token stop) {
+        try {
+            auto models = folvane::OpenRouterCatalogue::fetch(
+                *http, folvane::OpenRouterCatalogue::defaultBase, stop);
+            core.mainQueue().post([&core, models = std::move(models)] {
+                core.preferences().setOpenRouterModels(models);
+            });
+        } catch (const std::exception& error) {
+            if (!stop.stop_requested()) folvane::log(error.what());
+        }
+    });
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     // Chromium's sandbox refuses to start as root; the transcript's page runs
@@ -22,18 +72,36 @@ int main(int argc, char** argv) {
     // Closing the last window leaves the application running; it ends by Quit.
     QApplication::setQuitOnLastWindowClosed(false);
 
+    const QStringList files = readArguments(QApplication::arguments());
+    folvane::SingleInstance instance(folvane::SingleInstance::defaultSocketPath());
+    if (instance.handOver(files)) return 0;
+
     folvane::QtMainQueue mainQueue;
     folvane::AppCore core(folvane::AppPaths::standard(), mainQueue);
+    std::unique_ptr<folvane::CustomModelListViewModel> customModels;
     try {
         core.preferences();
         core.service();
         core.chatList();
+        customModels = core.makeCustomModelList();
     } catch (const folvane::FatalError& error) {
         QMessageBox::critical(nullptr, QStringLiteral("Folvane"), QString::fromUtf8(error.what()));
         return 1;
     }
 
     folvane::WindowManager windows(core);
+    if (!instance.listen()) {
+        folvane::log("Another launch of Folvane cannot reach this one: its socket cannot be made.");
+    }
+    QObject::connect(&instance, &folvane::SingleInstance::welcomeRequested, &windows,
+                     &folvane::WindowManager::showWelcome);
+    QObject::connect(&instance, &folvane::SingleInstance::filesRequested, &windows,
+                     [&windows](const QStringList& paths) { windows.openFiles(paths); });
+
     windows.showWelcome();
+    const std::jthread catalogue = fetchOpenRouterCatalogue(core);
+    if (!files.isEmpty()) {
+        QTimer::singleShot(0, &windows, [&windows, files] { windows.openFiles(files); });
+    }
     return QApplication::exec();
 }
