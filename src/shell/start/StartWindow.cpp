@@ -5,6 +5,7 @@
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -12,7 +13,6 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
-#include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -87,10 +87,7 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     connect(list_, &QListWidget::itemChanged, this, &StartWindow::renameItem);
     connect(delegate_, &QAbstractItemDelegate::closeEditor, this, &StartWindow::scheduleRender);
     connect(list_, &QListWidget::customContextMenuRequested, this, &StartWindow::showRowMenu);
-    auto* remove = new QShortcut(QKeySequence::Delete, list_, nullptr, nullptr, Qt::WidgetShortcut);
-    connect(remove, &QShortcut::activated, this, [this] {
-        if (const int64_t id = currentId()) confirmDelete(id);
-    });
+    list_->installEventFilter(this);
     connect(&windows_.appState(), &AppState::changed, this,
             [this] { opening_->setVisible(windows_.appState().openingFromBrowsers()); });
 
@@ -98,6 +95,23 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     listSubscription_ = chatList.subscribe([this] { scheduleRender(); });
     chatList.trigger(chat_list_input::Sync{});
     render();
+}
+
+StartWindow::~StartWindow() {
+    // An open title editor commits when the list goes, after this object's
+    // members have gone.
+    list_->disconnect(this);
+    delegate_->disconnect(this);
+}
+
+bool StartWindow::eventFilter(QObject* watched, QEvent* event) {
+    // The Delete key on a row (not in its title editor) asks to delete it.
+    if (watched == list_ && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->matches(QKeySequence::Delete) && !delegate_->isEditing()) {
+        if (const int64_t id = currentId()) confirmDelete(id);
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void StartWindow::scheduleRender() {
@@ -246,12 +260,16 @@ void StartWindow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void StartWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    dropUrls(event->mimeData()->urls());
+}
+
+void StartWindow::dropUrls(const QList<QUrl>& urls) {
     std::vector<std::string> paths;
-    for (const QUrl& url : event->mimeData()->urls()) {
+    for (const QUrl& url : urls) {
         if (url.isLocalFile()) paths.push_back(url.toLocalFile().toStdString());
     }
     const auto accepted = FileOpener::acceptedDrops(paths);
-    event->acceptProposedAction();
     if (accepted.empty()) return;
     QStringList files;
     for (const auto& path : accepted) files << QString::fromStdString(path);

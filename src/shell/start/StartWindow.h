@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QList>
+#include <QUrl>
 #include <QWidget>
 #include <cstdint>
 #include <map>
@@ -28,12 +30,18 @@ class StartWindow final : public QWidget {
     Q_OBJECT
   public:
     explicit StartWindow(WindowManager& windows, QWidget* parent = nullptr);
+    ~StartWindow() override;
 
     // Asks "Are you sure you want to delete this conversation?" and removes
     // the chat when the answer is "Delete".
     void confirmDelete(int64_t conversationId);
 
+    // What a drop on the window does with its URLs: the PDF files among them
+    // make one chat; anything else is skipped.
+    void dropUrls(const QList<QUrl>& urls);
+
   protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
