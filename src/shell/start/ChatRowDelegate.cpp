@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <algorithm>
 
 namespace folvane {
 
@@ -71,6 +72,15 @@ QWidget* ChatRowDelegate::createEditor(QWidget* parent, const QStyleOptionViewIt
 void ChatRowDelegate::destroyEditor(QWidget* editor, const QModelIndex& index) const {
     editing_ = false;
     QStyledItemDelegate::destroyEditor(editor, index);
+}
+
+void ChatRowDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                           const QModelIndex&) const {
+    // Over the title's line only: the detail line stays in view.
+    const int height =
+        std::max(editor->sizeHint().height(), QFontMetrics(titleFont(option)).height());
+    editor->setGeometry(option.rect.left() + margin, option.rect.top() + margin / 2,
+                        option.rect.width() - margin * 2, height);
 }
 
 QSize ChatRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
