@@ -75,7 +75,9 @@ start_app() {
 }
 
 quit_app() {
-    xdotool key --window "$1" ctrl+q
+    # Typed into the focused window, as a user would: Qt ignores sent events.
+    xdotool windowactivate --sync "$1" >/dev/null 2>&1 || xdotool windowfocus --sync "$1"
+    xdotool key ctrl+q
     for _ in $(seq 20); do
         kill -0 "$app_pid" 2>/dev/null || { wait "$app_pid" || true; app_pid=""; return 0; }
         sleep 0.5
