@@ -2,12 +2,14 @@
 #include <QDir>
 #include <QPlainTextEdit>
 #include <QSet>
+#include <QSignalSpy>
 #include <QtTest>
 
 #include "chat/AppChatService.h"
 #include "conversation/ChatListViewModel.h"
 #include "shell/chat/ChatWindow.h"
 #include "shell/chat/ComposeBox.h"
+#include "shell/chat/TranscriptView.h"
 #include "store/AppPreferences.h"
 #include "support/ScriptedChatServer.h"
 #include "support/ShellTestCore.h"
@@ -18,13 +20,22 @@ namespace {
 
 // Saves the window's picture to build/screenshots/NAME.png, and fails when the
 // picture is blank: a window that paints nothing has at most a few colours.
-void saveScreenshot(QWidget& window, const QString& name) {
-    const QImage image = window.grab().toImage();
+int colourCount(const QImage& image) {
     QSet<QRgb> colours;
-    for (int y = 0; y < image.height() && colours.size() < 16; y += 7)
-        for (int x = 0; x < image.width() && colours.size() < 16; x += 7)
+    for (int y = 0; y < image.height() && colours.size() < 16; y += 3)
+        for (int x = 0; x < image.width() && colours.size() < 16; x += 3)
             colours.insert(image.pixel(x, y));
-    QVERIFY2(colours.size() >= 16, qPrintable(name + " is blank"));
+    return int(colours.size());
+}
+
+void saveScreenshot(QWidget& window, const QString& name) {
+    // The transcript paints on its own schedule: wait until it shows text.
+    if (auto* transcript = window.findChild<TranscriptView*>()) {
+        QTRY_VERIFY2_WITH_TIMEOUT(colourCount(transcript->grab().toImage()) >= 8,
+                                  qPrintable(name + ": the transcript is blank"), 20000);
+    }
+    const QImage image = window.grab().toImage();
+    QVERIFY2(colourCount(image) >= 16, qPrintable(name + " is blank"));
     const QString folder = QCoreApplication::applicationDirPath() + "/../screenshots";
     QVERIFY(QDir().mkpath(folder));
     QVERIFY(image.save(folder + "/" + name + ".png"));
@@ -76,6 +87,11 @@ class ChatWindowScreenshotTest : public QObject {
             30000);
         QCOMPARE(chat.state().messages.back().content,
                  std::string("The paper proposes a chain of blocks."));
+        // The page draws the last block when it next gets its rows.
+        auto* transcript = window->findChild<TranscriptView*>();
+        QSignalSpy rendered(transcript, &TranscriptView::rowRendered);
+        rendered.wait(3000);
+        QTest::qWait(500);
         saveScreenshot(*window, "chat-after-answer");
         window->configDialog()->show();
         saveScreenshot(*window->configDialog(), "chat-settings");
