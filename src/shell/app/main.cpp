@@ -15,6 +15,7 @@
 #include "platform/AppPaths.h"
 #include "platform/Log.h"
 #include "providers/OpenRouterCatalogue.h"
+#include "shell/app/ColorSchemePalette.h"
 #include "shell/app/QtMainQueue.h"
 #include "shell/app/SingleInstance.h"
 #include "shell/app/WindowManager.h"
@@ -89,6 +90,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
+    const folvane::ColorSchemePalette palette(core.preferences());
     folvane::WindowManager windows(core);
     if (!instance.listen()) {
         folvane::log("Another launch of Folvane cannot reach this one: its socket cannot be made.");
