@@ -4,6 +4,7 @@
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 
@@ -77,8 +78,7 @@ bool TesseractTextRecognizer::ensureModel() {
     return true;
 }
 
-std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage& image,
-                                                                RecognitionLevel level) {
+void TesseractTextRecognizer::recognize(const PageImage& image, RecognitionLevel level) {
     if (image.width <= 0 || image.height <= 0 ||
         image.pixels.size() < static_cast<size_t>(image.width) * image.height) {
         throw OcrError::recognitionRequestFailed();
@@ -98,6 +98,11 @@ std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage&
         api_->Clear();
         throw OcrError::recognitionRequestFailed();
     }
+}
+
+std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage& image,
+                                                                RecognitionLevel level) {
+    recognize(image, level);
     std::unique_ptr<tesseract::ResultIterator> lines(api_->GetIterator());
     if (!lines) {
         api_->Clear();
@@ -115,6 +120,39 @@ std::vector<std::string> TesseractTextRecognizer::recognizeText(const PageImage&
         } while (lines->Next(tesseract::RIL_TEXTLINE));
     }
     lines.reset();
+    api_->Clear();
+    return result;
+}
+
+std::vector<RecognizedLine> TesseractTextRecognizer::recognizeLines(const PageImage& image,
+                                                                    RecognitionLevel level) {
+    recognize(image, level);
+    std::unique_ptr<tesseract::ResultIterator> at(api_->GetIterator());
+    if (!at) {
+        api_->Clear();
+        throw OcrError::noResults();
+    }
+    std::vector<RecognizedLine> result;
+    if (!at->Empty(tesseract::RIL_SYMBOL)) {
+        do {
+            RecognizedLine::Symbol symbol;
+            at->BoundingBox(tesseract::RIL_SYMBOL, &symbol.x0, &symbol.y0, &symbol.x1, &symbol.y1);
+            std::unique_ptr<char[]> text(at->GetUTF8Text(tesseract::RIL_SYMBOL));
+            if (!text) continue;
+            symbol.text = text.get();
+            if (result.empty() || at->IsAtBeginningOf(tesseract::RIL_TEXTLINE)) {
+                RecognizedLine& line = result.emplace_back();
+                at->BoundingBox(tesseract::RIL_TEXTLINE, &line.x0, &line.y0, &line.x1, &line.y1);
+            } else if (at->IsAtBeginningOf(tesseract::RIL_WORD) && !result.back().symbols.empty()) {
+                const RecognizedLine::Symbol& last = result.back().symbols.back();
+                result.back().symbols.push_back({last.x1, std::min(last.y0, symbol.y0),
+                                                 std::max(last.x1, symbol.x0),
+                                                 std::max(last.y1, symbol.y1), " "});
+            }
+            result.back().symbols.push_back(std::move(symbol));
+        } while (at->Next(tesseract::RIL_SYMBOL));
+    }
+    at.reset();
     api_->Clear();
     return result;
 }

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "documents/TextRecognizer.h"
 
@@ -10,6 +11,17 @@ class TessBaseAPI;
 }
 
 namespace folvane {
+
+// A line read from an image, in the image's pixels: its box and its
+// characters, each with its box, one blank between two words (its box the gap).
+struct RecognizedLine {
+    struct Symbol {
+        int x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+        std::string text;
+    };
+    int x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+    std::vector<Symbol> symbols;
+};
 
 // Text recognition with Tesseract 5 and its English LSTM model, one thread
 // inside a recognition (pages run in parallel on separate objects instead).
@@ -29,9 +41,14 @@ class TesseractTextRecognizer final : public TextRecognizer {
     ~TesseractTextRecognizer() override;
 
     std::vector<std::string> recognizeText(const PageImage& image, RecognitionLevel level) override;
+    // The lines of the image with where each character stands, in reading
+    // order. Throws OcrError as recognizeText does.
+    std::vector<RecognizedLine> recognizeLines(const PageImage& image, RecognitionLevel level);
 
   private:
     bool ensureModel();
+    // Reads the image; the engine then holds the result until Clear().
+    void recognize(const PageImage& image, RecognitionLevel level);
 
     std::string dataPath_;
     std::unique_ptr<tesseract::TessBaseAPI> api_;
