@@ -79,5 +79,6 @@ int runDeleteMessagesCommand(CliContext& context, const CliArguments& args);
 int runSearchCommand(CliContext& context, const CliArguments& args);
 int runFindCommand(CliContext& context, const CliArguments& args);
 int runRenderCommand(CliContext& context, const CliArguments& args);
+int runLocateCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

@@ -1,9 +1,15 @@
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <ostream>
 #include <string>
 
+#include "cli/ChatSession.h"
 #include "cli/CliArguments.h"
+#include "cli/CliContext.h"
+#include "documents/ChatIndexer.h"
 #include "documents/PdfViewerDocument.h"
+#include "platform/FileUrl.h"
 #include "platform/PngWriter.h"
 #include "store/JsonText.h"
 
@@ -48,7 +54,107 @@ void paintHighlight(RgbImage& image, const PageRect& rect, double zoom) {
     }
 }
 
+// The text of the index item that a reference cites, looked up in the chat's
+// indexes in the order that the viewer's highlight takes them.
+std::optional<std::string> citedText(const ChatIndexer* indexer, const Reference& reference) {
+    if (!indexer) return std::nullopt;
+    const ChatIndexes indexes = indexer->indexes();
+    for (const auto& index : {indexes.openai, indexes.openaiNew, indexes.local}) {
+        if (!index) continue;
+        if (auto item = index->getItem(reference.id)) return item->text;
+    }
+    return std::nullopt;
+}
+
+const DocumentInfo* documentOf(const ChatDetailState& state, int64_t bookmarkId) {
+    for (const DocumentInfo& document : state.allDocuments) {
+        if (document.bookmark.id == bookmarkId) return &document;
+    }
+    return nullptr;
+}
+
 }  // namespace
+
+// locate CHAT_ID MESSAGE_ID [--json]: where each reference of an answer
+// stands in its document, as a page button shows it: the page, its label and
+// one rectangle for each line of the cited passage. A reference whose
+// document cannot be opened is told on standard error; the others still print.
+int runLocateCommand(CliContext& context, const CliArguments& arguments) {
+    CliArguments args = arguments;
+    const bool json = takeFlag(args, "--json");
+    if (args.size() < 2) throw UsageError("locate needs a chat id and a message id");
+    expectNoMoreArguments(args, 2);
+    const int64_t chatId = parseId(args[0], "chat id");
+    const int64_t messageId = parseId(args[1], "message id");
+
+    ChatSession session(context, chatId);
+    session.sync();
+    const auto& messages = session.state().messages;
+    const auto message = std::find_if(messages.begin(), messages.end(),
+                                      [&](const Message& m) { return m.id == messageId; });
+    if (message == messages.end()) {
+        throw std::runtime_error("No message has the id " + std::to_string(messageId) +
+                                 " in this chat.");
+    }
+    if (!message->references || message->references->empty()) {
+        throw std::runtime_error("The message has no references.");
+    }
+    const std::vector<Reference> references = *message->references;
+    session.loadIndexes();
+    const ChatIndexer* indexer = session.viewModel().indexer();
+
+    auto& out = context.out();
+    int failed = 0;
+    int number = 0;
+    for (const Reference& reference : references) {
+        ++number;
+        const DocumentInfo* document = documentOf(session.state(), reference.bookmarkId);
+        if (!document) {
+            context.err() << "Reference " << number << ": its document is no longer in the chat."
+                          << '\n';
+            ++failed;
+            continue;
+        }
+        const std::string path = pathFromFileUrl(document->fileUrl).value_or(document->fileUrl);
+        if (!reference.page) {
+            context.err() << "Reference " << number << " has no page." << '\n';
+            continue;
+        }
+        std::unique_ptr<PdfViewerDocument> pdf;
+        try {
+            pdf = PdfViewerDocument::open(path);
+        } catch (const std::exception& error) {
+            context.err() << "Reference " << number << ": " << error.what() << '\n';
+            ++failed;
+            continue;
+        }
+        const int page = *reference.page;
+        const auto text = citedText(indexer, reference);
+        const auto rects = page >= 1 && page <= pdf->pageCount() && text
+                               ? pdf->locatePassage(page - 1, *text)
+                               : std::vector<PageRect>{};
+        const std::string label =
+            page >= 1 && page <= pdf->pageCount() ? pdf->pageLabel(page - 1) : std::string{};
+        if (json) {
+            nlohmann::ordered_json row;
+            row["reference"] = number;
+            row["id"] = reference.id;
+            row["document"] = path;
+            row["page"] = page;
+            row["label"] = label;
+            row["rects"] = nlohmann::ordered_json::array();
+            for (const PageRect& rect : rects) row["rects"].push_back(rectJson(rect));
+            out << compactJson(row) << '\n';
+        } else {
+            out << "Reference " << number << ": " << std::filesystem::path(path).filename().string()
+                << ", page " << page << " (" << label << "):";
+            for (const PageRect& rect : rects) out << "  " << formatRect(rect);
+            if (!text) out << "  (the cited text is not in the chat's indexes)";
+            out << '\n';
+        }
+    }
+    return failed ? 1 : 0;
+}
 
 // find FILE.pdf WORDS [--json]: every match of the words in the document, as
 // the viewer's find marks them: page, label and one rectangle for each line.

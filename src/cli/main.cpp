@@ -31,6 +31,9 @@ Commands:
   find FILE.pdf WORDS [--json]    print each match of the words: page, label, one rectangle a line
   render FILE.pdf PAGE -o FILE.png [--zoom Z] [--highlight TEXT]
                                   draw a page as the viewer does, the passage highlighted
+  locate CHAT_ID MESSAGE_ID [--json]
+                                  print where each reference of an answer stands: page, label,
+                                  one rectangle for each line of the cited passage
   embed [--model native|distilbert|contextual] TEXT
                                   print the embedding of a text: model, dimension, first values
   index CHAT_ID                   load or build the indexes of a chat's documents
@@ -81,6 +84,7 @@ const std::map<std::string, Command> commands{
     {"chunks", folvane::runChunksCommand},
     {"find", folvane::runFindCommand},
     {"render", folvane::runRenderCommand},
+    {"locate", folvane::runLocateCommand},
     {"embed", folvane::runEmbedCommand},
     {"index", folvane::runIndexCommand},
     {"add-documents", folvane::runAddDocumentsCommand},
