@@ -66,6 +66,11 @@ int main(int argc, char** argv) {
     // Chromium's sandbox refuses to start as root; the transcript's page runs
     // no script of the model's, so the renderer goes without it there.
     if (geteuid() == 0) qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    // QtWebEngine keeps its pages out of the accessibility tree on Linux unless
+    // asked; with this, a screen reader reaches the transcript's rows and
+    // buttons whenever the desktop's accessibility bus is on.
+    if (!qEnvironmentVariableIsSet("QTWEBENGINE_ENABLE_LINUX_ACCESSIBILITY"))
+        qputenv("QTWEBENGINE_ENABLE_LINUX_ACCESSIBILITY", "1");
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Folvane"));

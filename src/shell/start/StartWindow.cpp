@@ -35,7 +35,7 @@ constexpr int idRole = Qt::UserRole;
 }  // namespace
 
 StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
-    : QWidget(parent),
+    : QMainWindow(parent),
       windows_(windows),
       filter_(new QLineEdit(this)),
       newChat_(new QPushButton(QStringLiteral("Start a new chat..."), this)),
@@ -57,6 +57,11 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     filter_->setPlaceholderText(QStringLiteral("Filter..."));
     filter_->setAccessibleName(QStringLiteral("Filter..."));
     filter_->setClearButtonEnabled(true);
+    // The line edit's own clear button has no name of its own.
+    for (auto* action : filter_->findChildren<QAction*>()) {
+        action->setText(QStringLiteral("Clear filter"));
+        action->setToolTip(action->text());
+    }
     newChat_->setAccessibleName(newChat_->text());
     newChat_->setToolTip(QStringLiteral("Choose PDF documents to chat with"));
 
@@ -73,11 +78,13 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     auto* top = new QHBoxLayout;
     top->addWidget(filter_, 1);
     top->addWidget(newChat_);
-    auto* layout = new QVBoxLayout(this);
+    auto* central = new QWidget(this);
+    auto* layout = new QVBoxLayout(central);
     layout->addWidget(heading);
     layout->addLayout(top);
     layout->addWidget(list_, 1);
     layout->addWidget(opening_);
+    setCentralWidget(central);
     setTabOrder(filter_, newChat_);
     setTabOrder(newChat_, list_);
 
@@ -111,7 +118,7 @@ bool StartWindow::eventFilter(QObject* watched, QEvent* event) {
         if (const int64_t id = currentId()) confirmDelete(id);
         return true;
     }
-    return QWidget::eventFilter(watched, event);
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void StartWindow::scheduleRender() {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <QList>
+#include <QMainWindow>
 #include <QUrl>
-#include <QWidget>
 #include <cstdint>
 #include <map>
 #include <tuple>
@@ -26,7 +26,7 @@ class WindowManager;
 // filtered, a title renamed in place (F2), a chat opened (double-click or
 // Return), shown in the file manager or deleted (row menu, Delete key). New
 // chats come from "Start a new chat..." and from PDFs dropped on the window.
-class StartWindow final : public QWidget {
+class StartWindow final : public QMainWindow {
     Q_OBJECT
   public:
     explicit StartWindow(WindowManager& windows, QWidget* parent = nullptr);
