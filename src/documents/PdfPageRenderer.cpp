@@ -5,7 +5,6 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <cstring>
 
 #include "documents/MupdfContext.h"
 #include "documents/RenderCancel.h"
@@ -37,41 +36,36 @@ std::optional<DrawnPixels> drawDisplayList(const MupdfContext& base, fz_display_
 
     fz_cookie* cookie = cancel ? static_cast<fz_cookie*>(cancel->mupdfCookie()) : nullptr;
     fz_colorspace* colorspace = components == 1 ? fz_device_gray(context) : fz_device_rgb(context);
+    // MuPDF draws straight into the samples handed back, which start white:
+    // one buffer, written once before the page is drawn over it.
+    DrawnPixels drawn;
+    drawn.width = box.x1 - box.x0;
+    drawn.height = box.y1 - box.y0;
+    drawn.samples.assign(static_cast<size_t>(drawn.width) * static_cast<size_t>(drawn.height) *
+                             static_cast<size_t>(components),
+                         255);
+    unsigned char* samples = drawn.samples.data();
     fz_pixmap* pixmap = nullptr;
     fz_device* device = nullptr;
+    int ok = 0;
     fz_var(pixmap);
     fz_var(device);
+    fz_var(ok);
     fz_try(context) {
-        pixmap = fz_new_pixmap_with_bbox(context, colorspace, box, nullptr, 0);
-        fz_clear_pixmap_with_value(context, pixmap, 255);
+        pixmap = fz_new_pixmap_with_bbox_and_data(context, colorspace, box, nullptr, 0, samples);
         device = fz_new_draw_device(context, fz_identity, pixmap);
         fz_run_display_list(context, list, device, transform, fz_rect_from_irect(box), cookie);
         fz_close_device(context, device);
+        ok = 1;
     }
     fz_always(context) {
         fz_drop_device(context, device);
+        fz_drop_pixmap(context, pixmap);
     }
     fz_catch(context) {
-        fz_drop_pixmap(context, pixmap);
-        pixmap = nullptr;
+        ok = 0;
     }
-    if (!pixmap) return std::nullopt;
-    if (cancel && cancel->cancelled()) {
-        fz_drop_pixmap(context, pixmap);
-        return std::nullopt;
-    }
-    DrawnPixels drawn;
-    drawn.width = fz_pixmap_width(context, pixmap);
-    drawn.height = fz_pixmap_height(context, pixmap);
-    const auto stride = static_cast<size_t>(fz_pixmap_stride(context, pixmap));
-    const auto row = static_cast<size_t>(drawn.width) * static_cast<size_t>(components);
-    const unsigned char* samples = fz_pixmap_samples(context, pixmap);
-    drawn.samples.resize(row * static_cast<size_t>(drawn.height));
-    for (int y = 0; y < drawn.height; ++y) {
-        std::memcpy(drawn.samples.data() + row * static_cast<size_t>(y),
-                    samples + stride * static_cast<size_t>(y), row);
-    }
-    fz_drop_pixmap(context, pixmap);
+    if (!ok || (cancel && cancel->cancelled())) return std::nullopt;
     return drawn;
 }
 
