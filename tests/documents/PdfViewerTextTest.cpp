@@ -160,3 +160,72 @@ TEST(PdfViewerText, APageWithoutTextIsSearchedAndLocatedInItsRecognisedLines) {
                                             lines[1].rect.x1 - 1, lines[1].rect.y1 - 2}),
               "Morning light falls\nsoftly on the hills");
 }
+
+TEST(PdfViewerText, PassagesAreLocatedOnRotatedPagesAndAcrossHyphenatedLines) {
+    test::TempDir dir;
+    struct Case {
+        const char* name;
+        std::vector<std::string> lines;
+        const char* rotate;  // the page's /Rotate, or none
+        const char* passage;
+        size_t rects;
+    };
+    const Case cases[] = {
+        {"a hyphen at a line end",
+         {"the first exam-", "ple of a hyphen"},
+         nullptr,
+         "first exam-\nple of a",
+         2},
+        {"upper case across a line break",
+         {"Solemn vows were", "made at dawn"},
+         nullptr,
+         "SOLEMN VOWS WERE MADE",
+         2},
+        {"a page turned a quarter",
+         {"Turned on its side", "and still found"},
+         "90",
+         "on its side\nand still",
+         2},
+        {"a page upside down",
+         {"Upside down text", "reads the same"},
+         "180",
+         "upside down\nreads the",
+         2},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string pdf = test::makePdfWithPages({test::TestPage(c.lines, 24)});
+        if (c.rotate) {
+            const std::string box = "/MediaBox [0 0 612 792]";
+            pdf.replace(pdf.find(box), box.size(), box + " /Rotate " + c.rotate);
+        }
+        auto document = openPdf(dir, pdf);
+        const PageSize size = *document->pageSize(0);
+        const bool turned = c.rotate && std::string(c.rotate) == "90";
+        EXPECT_EQ(size.width, turned ? 792 : 612);
+        const auto rects = document->locatePassage(0, c.passage);
+        ASSERT_EQ(rects.size(), c.rects);
+        // Each rectangle covers ink of the page as shown, and stands on it.
+        const auto image = document->render(0, 1);
+        ASSERT_TRUE(image);
+        for (const PageRect& rect : rects) {
+            EXPECT_GE(rect.x0, 0);
+            EXPECT_GE(rect.y0, 0);
+            EXPECT_LE(rect.x1, size.width);
+            EXPECT_LE(rect.y1, size.height);
+            // A line of a page turned a quarter runs down the page.
+            if (turned) {
+                EXPECT_GT(rect.y1 - rect.y0, rect.x1 - rect.x0);
+            } else {
+                EXPECT_GT(rect.x1 - rect.x0, rect.y1 - rect.y0);
+            }
+            int ink = 0;
+            for (int y = int(rect.y0); y < int(rect.y1); ++y) {
+                for (int x = int(rect.x0); x < int(rect.x1); ++x) {
+                    ink += image->pixels[(size_t(y) * size_t(image->width) + size_t(x)) * 3] < 128;
+                }
+            }
+            EXPECT_GT(ink, 20);
+        }
+    }
+}
