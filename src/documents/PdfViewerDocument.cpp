@@ -5,6 +5,7 @@
 #include "documents/PdfDocument.h"
 #include "documents/PdfPageOcr.h"
 #include "documents/PdfPageRenderer.h"
+#include "documents/PdfPageText.h"
 #include "documents/PdfTextLayout.h"
 
 extern "C" {
@@ -29,69 +30,6 @@ std::string quotedName(const std::filesystem::path& path) {
 
 // The most hits of one search on one page; a longer list is cut.
 constexpr int maxHitQuads = 4096;
-
-fz_page* loadPage(fz_context* context, pdf_document* document, int index) {
-    fz_page* page = nullptr;
-    fz_var(page);
-    fz_try(context) {
-        page = fz_load_page(context, &document->super, index);
-    }
-    fz_catch(context) {
-        page = nullptr;
-    }
-    return page;
-}
-
-fz_stext_page* textOf(fz_context* context, fz_page* page) {
-    fz_stext_page* text = nullptr;
-    fz_var(text);
-    fz_try(context) {
-        // The options that extraction reads a page with, so that the text
-        // searched here is the text that was indexed.
-        fz_stext_options options = {};
-        text = fz_new_stext_page_from_page(context, page, &options);
-    }
-    fz_catch(context) {
-        text = nullptr;
-    }
-    return text;
-}
-
-// A page's structured text, loaded and dropped with the page.
-class PageText {
-  public:
-    PageText(fz_context* context, pdf_document* document, int index)
-        : context_(context),
-          page_(loadPage(context, document, index)),
-          text_(page_ ? textOf(context, page_) : nullptr) {}
-    ~PageText() {
-        fz_drop_stext_page(context_, text_);
-        fz_drop_page(context_, page_);
-    }
-    PageText(const PageText&) = delete;
-    PageText& operator=(const PageText&) = delete;
-
-    bool loaded() const { return page_ != nullptr; }
-    fz_stext_page* get() const { return text_; }
-    // Whether any character that is not blank stands on the page.
-    bool hasText() const {
-        if (!text_) return false;
-        for (fz_stext_block* block = text_->first_block; block; block = block->next) {
-            if (block->type != FZ_STEXT_BLOCK_TEXT) continue;
-            for (fz_stext_line* line = block->u.t.first_line; line; line = line->next) {
-                for (fz_stext_char* ch = line->first_char; ch; ch = ch->next) {
-                    if (ch->c > ' ' && ch->c != 0xa0) return true;
-                }
-            }
-        }
-        return false;
-    }
-
-  private:
-    fz_context* context_;
-    fz_page* page_;
-    fz_stext_page* text_;
-};
 
 PageRect rectOf(const fz_quad& quad) {
     const fz_rect rect = fz_rect_from_quad(quad);
@@ -187,7 +125,7 @@ std::optional<PageSize> PdfViewerDocument::pageSize(int index) {
     if (index < 0 || index >= pageCount_) return std::nullopt;
     std::lock_guard lock(mutex_);
     fz_context* context = mupdf_->get();
-    fz_page* page = loadPage(context, document_, index);
+    fz_page* page = loadPdfPage(context, document_, index);
     if (!page) return std::nullopt;
     fz_rect bounds = fz_empty_rect;
     fz_try(context) {
@@ -201,6 +139,15 @@ std::optional<PageSize> PdfViewerDocument::pageSize(int index) {
     return PageSize{bounds.x1 - bounds.x0, bounds.y1 - bounds.y0};
 }
 
+PixelRect PdfViewerDocument::pagePixels(int index, double zoom) {
+    const auto size = pageSize(index);
+    if (!size || !(zoom > 0)) return {};
+    const fz_rect bounds{0, 0, static_cast<float>(size->width), static_cast<float>(size->height)};
+    const fz_irect box = fz_round_rect(
+        fz_transform_rect(bounds, fz_scale(static_cast<float>(zoom), static_cast<float>(zoom))));
+    return {0, 0, box.x1 - box.x0, box.y1 - box.y0};
+}
+
 fz_display_list* PdfViewerDocument::recordedPage(int index) {
     if (index < 0 || index >= pageCount_) return nullptr;
     std::lock_guard lock(mutex_);
@@ -211,7 +158,7 @@ fz_display_list* PdfViewerDocument::recordedPage(int index) {
         recorded_.splice(recorded_.begin(), recorded_, known);
         return fz_keep_display_list(context, known->list);
     }
-    fz_page* page = loadPage(context, document_, index);
+    fz_page* page = loadPdfPage(context, document_, index);
     if (!page) return nullptr;
     fz_display_list* list = nullptr;
     fz_var(list);
@@ -289,7 +236,7 @@ std::vector<TextLine> PdfViewerDocument::pageTextLayout(int index) {
     if (index < 0 || index >= pageCount_) return {};
     {
         std::lock_guard lock(mutex_);
-        PageText text(mupdf_->get(), document_, index);
+        PdfPageText text(mupdf_->get(), document_, index);
         if (!text.loaded()) return {};
         if (text.hasText()) return text_layout::linesOf(mupdf_->get(), text.get());
     }
@@ -301,7 +248,7 @@ std::string PdfViewerDocument::textInSelection(int index, const PageRect& fromTo
     {
         std::lock_guard lock(mutex_);
         fz_context* context = mupdf_->get();
-        PageText text(context, document_, index);
+        PdfPageText text(context, document_, index);
         if (!text.loaded()) return {};
         if (text.hasText()) {
             char* copied = nullptr;
@@ -328,7 +275,7 @@ std::string PdfViewerDocument::textInSelection(int index, const PageRect& fromTo
 std::vector<std::vector<PageHit>> PdfViewerDocument::searchLocked(
     int index, const std::vector<std::string>& needles, bool* textless) {
     std::vector<std::vector<PageHit>> hits(needles.size());
-    PageText text(mupdf_->get(), document_, index);
+    PdfPageText text(mupdf_->get(), document_, index);
     *textless = text.loaded() && !text.hasText();
     if (*textless) return hits;
     for (size_t i = 0; i < needles.size(); ++i) {

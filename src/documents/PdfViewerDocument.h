@@ -57,6 +57,10 @@ class PdfViewerDocument {
     // number from 1 when the document gives no label for it.
     std::string pageLabel(int index);
 
+    // The pixels of the whole page drawn at zoom, as render() and renderTile()
+    // round them: tiles that cover this cover the page. Empty for an index out
+    // of range.
+    PixelRect pagePixels(int index, double zoom);
     // The page drawn at zoom (1 = 72 pixels per inch) on white, reduced to stay
     // within maxRenderPixels; none for an index out of range, a page that
     // cannot be drawn, or a render cancelled meanwhile.

@@ -100,6 +100,30 @@ TEST(PdfViewerRendering, ATileIsThatPartOfThePageCutToItsEdges) {
     EXPECT_FALSE(document->renderTile(1, 2, {0, 0, 10, 10})) << "no such page";
 }
 
+TEST(PdfViewerRendering, PagePixelsAreTheSizeThatRendersAndTilesGive) {
+    test::TempDir dir;
+    test::TestPage odd({"An odd size"});
+    odd.mediaBox = "0 0 419.53 595.28";
+    auto document = openPdf(dir, test::makePdfWithPages({odd}));
+    for (const double zoom : {0.3, 1.0, 1.37, 2.5, 3.141}) {
+        SCOPED_TRACE(zoom);
+        const PixelRect pixels = document->pagePixels(0, zoom);
+        const auto page = document->render(0, zoom);
+        ASSERT_TRUE(page);
+        EXPECT_EQ(pixels.x1, page->width);
+        EXPECT_EQ(pixels.y1, page->height);
+        // The last tile of a grid of 256 ends where the page does.
+        const int x = pixels.x1 / 256 * 256, y = pixels.y1 / 256 * 256;
+        const auto corner = document->renderTile(0, zoom, {x, y, x + 256, y + 256});
+        if (x < pixels.x1 && y < pixels.y1) {
+            ASSERT_TRUE(corner);
+            EXPECT_EQ(corner->width, pixels.x1 - x);
+            EXPECT_EQ(corner->height, pixels.y1 - y);
+        }
+    }
+    EXPECT_EQ(document->pagePixels(1, 1), PixelRect{});
+}
+
 TEST(PdfViewerRendering, ACancelledRenderGivesNothingAndTheNextOneDraws) {
     test::TempDir dir;
     auto document = openPdf(dir, test::makePdfWithPages(distinctPages(2)));
