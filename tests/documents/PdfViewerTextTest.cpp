@@ -34,7 +34,48 @@ std::pair<double, double> centreOf(PdfViewerDocument& document, const std::strin
     return {(r.x0 + r.x1) / 2, (r.y0 + r.y1) / 2};
 }
 
+// A page of two columns of Helvetica, the right one from x = 330. The file
+// has no cross-reference table, which MuPDF rebuilds when it opens it.
+std::string twoColumnPdf(const std::vector<std::string>& left,
+                         const std::vector<std::string>& right) {
+    std::string content;
+    for (const auto& [x, lines] : {std::pair{72, &left}, std::pair{330, &right}}) {
+        content += "BT /F1 14 Tf 18 TL " + std::to_string(x) + " 700 Td";
+        for (const std::string& line : *lines) content += " (" + line + ") Tj T*";
+        content += " ET\n";
+    }
+    return "%PDF-1.4\n"
+           "1 0 obj << /Type /Catalog /Pages 2 0 R >> endobj\n"
+           "2 0 obj << /Type /Pages /Kids [3 0 R] /Count 1 >> endobj\n"
+           "3 0 obj << /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Resources << /Font "
+           "<< /F1 4 0 R >> >> /Contents 5 0 R >> endobj\n"
+           "4 0 obj << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> endobj\n"
+           "5 0 obj << /Length " +
+           std::to_string(content.size()) + " >>\nstream\n" + content +
+           "\nendstream endobj\ntrailer << /Root 1 0 R >>\n%%EOF\n";
+}
+
 }  // namespace
+
+TEST(PdfViewerText, APassageIsLocatedAcrossAColumnBreak) {
+    test::TempDir dir;
+    auto document = openPdf(dir, twoColumnPdf({"Rivers carve the valley", "over many thousand"},
+                                              {"years of slow work", "until the sea takes it"}));
+    // As extraction reads the page: the left column, then the right.
+    EXPECT_EQ(document->pageText(0),
+              "Rivers carve the valley\nover many thousand\nyears of slow work\nuntil the sea "
+              "takes it");
+    const auto rects = document->locatePassage(0, "over many thousand\nyears of slow");
+    ASSERT_EQ(rects.size(), 2u);
+    EXPECT_LT(rects[0].x1, 330);
+    EXPECT_GE(rects[1].x0, 329);
+    // The right column's first line stands one line higher than the left's second.
+    EXPECT_NEAR(rects[0].y0 - rects[1].y0, 18, 0.5);
+    // The search joins the two columns' lines as the text runs.
+    const auto hits = document->search(0, "thousand years");
+    ASSERT_EQ(hits.size(), 1u);
+    EXPECT_EQ(hits[0].lines.size(), 2u);
+}
 
 TEST(PdfViewerText, GivesEachLineWithItsCharactersBoxedLeftToRight) {
     test::TempDir dir;
