@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <vector>
 
 #include "documents/PdfViewerDocument.h"
 #include "support/RatioReporter.h"
@@ -70,6 +72,36 @@ BENCHMARK(BM_ViewerRender)
     ->Repetitions(9)
     ->ReportAggregatesOnly(true);
 
+// What a page button does once the document is open: locate the cited
+// passage (three lines) on its page and draw the page at fit-width, each time
+// on a page not drawn before.
+void BM_LocateAndRender(benchmark::State& state) {
+    auto document = PdfViewerDocument::open(fixture().pdf);
+    const double zoom = width / document->pageSize(0)->width;
+    std::vector<std::string> passages;
+    for (int i = 0; i < pages; ++i) {
+        const std::string text = document->pageText(i);
+        size_t start = 0;
+        for (int line = 0; line < 10; ++line) start = text.find('\n', start) + 1;
+        size_t end = start;
+        for (int line = 0; line < 3; ++line) end = text.find('\n', end) + 1;
+        passages.push_back(text.substr(start, end - start));
+    }
+    int index = 0;
+    size_t found = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        document = PdfViewerDocument::open(fixture().pdf);
+        state.ResumeTiming();
+        found += document->locatePassage(index, passages[static_cast<size_t>(index)]).size();
+        benchmark::DoNotOptimize(document->render(index, zoom));
+        index = (index + 1) % pages;
+    }
+    if (found != 3 * static_cast<size_t>(state.iterations()))
+        state.SkipWithError("a passage was not found");
+}
+BENCHMARK(BM_LocateAndRender)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 // Four threads drawing tiles of 512 x 512 at once, as the viewer's workers do.
 void BM_ViewerTiles(benchmark::State& state) {
     static std::unique_ptr<PdfViewerDocument> document;
@@ -104,6 +136,13 @@ int main(int argc, char** argv) {
             "\na page at %d pixels wide: median %.2f ms (goal 16 ms); mutool draw %.2f ms "
             "a page; %.2fx mutool's time a page\n",
             width, ours * 1000, mutool * 1000, ours / mutool);
+    }
+    const double jump = reporter.seconds("BM_LocateAndRender");
+    if (mutool > 0 && jump > 0) {
+        std::printf(
+            "a page button's passage located and its page drawn: %.2f ms (goal 100 ms); "
+            "%.2fx mutool's time to draw a page\n",
+            jump * 1000, jump / mutool);
     }
     return 0;
 }
