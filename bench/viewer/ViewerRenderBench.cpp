@@ -2,8 +2,10 @@
 // page has been recorded, against `mutool draw -w 1200` of the same pages in
 // the same run. mutool's time per page is the difference between drawing
 // all pages and drawing one, over the pages between: that leaves out its
-// start and the opening of the file. `mutool` must be on PATH
-// (tools/install-deps.sh installs mupdf-tools).
+// start and the opening of the file. Also: a page button's work in the
+// core, tiles drawn by four threads, and the resident memory while scrolling
+// through 1,000 pages. `mutool` must be on PATH (tools/install-deps.sh
+// installs mupdf-tools).
 
 #include <benchmark/benchmark.h>
 
@@ -12,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "documents/PdfViewerDocument.h"
@@ -121,6 +124,37 @@ void BM_ViewerTiles(benchmark::State& state) {
 }
 BENCHMARK(BM_ViewerTiles)->Threads(4)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+// Resident memory in MB, from /proc/self/statm.
+double residentMegabytes() {
+    std::ifstream statm("/proc/self/statm");
+    long total = 0, resident = 0;
+    statm >> total >> resident;
+    return static_cast<double>(resident) * 4096 / (1024 * 1024);
+}
+
+std::pair<double, double> scrollMemory;
+
+// Scrolling through 1,000 pages at fit-width, each page drawn once: the
+// resident memory after 100 pages and after all of them. What stays is the
+// document's bounded caches, not the pages.
+void BM_ScrollMemory(benchmark::State& state) {
+    const auto pdf = fixture().dir / "long.pdf";
+    std::ofstream(pdf, std::ios::binary) << bench::makeWordsPdf(1000, 45, 10, 4);
+    for (auto _ : state) {
+        auto document = PdfViewerDocument::open(pdf);
+        const double zoom = width / document->pageSize(0)->width;
+        double after100 = 0;
+        for (int i = 0; i < document->pageCount(); ++i) {
+            benchmark::DoNotOptimize(document->render(i, zoom));
+            if (i == 99) after100 = residentMegabytes();
+        }
+        scrollMemory = {after100, residentMegabytes()};
+        state.counters["MB after 100"] = scrollMemory.first;
+        state.counters["MB after 1000"] = scrollMemory.second;
+    }
+}
+BENCHMARK(BM_ScrollMemory)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -143,6 +177,12 @@ int main(int argc, char** argv) {
             "a page button's passage located and its page drawn: %.2f ms (goal 100 ms); "
             "%.2fx mutool's time to draw a page\n",
             jump * 1000, jump / mutool);
+    }
+    if (scrollMemory.second > 0) {
+        std::printf(
+            "scrolling through 1,000 pages: %.1f MB resident after 100 pages, %.1f MB "
+            "after 1,000 (goal: no growth)\n",
+            scrollMemory.first, scrollMemory.second);
     }
     return 0;
 }
