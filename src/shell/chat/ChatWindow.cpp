@@ -22,6 +22,7 @@
 #include "shell/chat/IndexingStatusView.h"
 #include "shell/chat/OpenAIKeySheet.h"
 #include "shell/chat/TranscriptView.h"
+#include "shell/viewer/DocumentPane.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -108,15 +109,12 @@ void ChatWindow::build() {
     columnLayout->addWidget(compose_);
     splitter->addWidget(column);
 
-    // The document viewer takes this place.
-    auto* viewer = new QLabel(QStringLiteral("No document selected"), splitter);
-    viewer->setAlignment(Qt::AlignCenter);
-    viewer->setAccessibleName(QStringLiteral("Document viewer"));
-    splitter->addWidget(viewer);
+    viewer_ = new DocumentPane(*chat_, splitter);
+    splitter->addWidget(viewer_);
     splitter->setStretchFactor(0, 0);
     splitter->setStretchFactor(1, 3);
     splitter->setStretchFactor(2, 2);
-    splitter->setSizes({220, 480, 300});
+    splitter->setSizes({220, 480, 420});
     layout->addWidget(splitter, 1);
     pages_->addWidget(page);
     pages_->setCurrentWidget(page);

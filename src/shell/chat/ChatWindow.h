@@ -17,6 +17,7 @@ namespace folvane {
 class ChatConfigPanel;
 class ComposeBox;
 class CustomModelListViewModel;
+class DocumentPane;
 class DocumentListView;
 class WindowManager;
 
@@ -35,6 +36,7 @@ class ChatWindow final : public QMainWindow {
     QString subtitle() const;
     ComposeBox* composeBox() const { return compose_; }
     DocumentListView* documentList() const { return documents_; }
+    DocumentPane* documentPane() const { return viewer_; }
     // The chat's settings, made on first use.
     QDialog* configDialog();
 
@@ -58,6 +60,7 @@ class ChatWindow final : public QMainWindow {
     QLabel* header_ = nullptr;
     ComposeBox* compose_ = nullptr;
     DocumentListView* documents_ = nullptr;
+    DocumentPane* viewer_ = nullptr;
     QDialog* config_ = nullptr;
     Subscription subscription_;
     Subscription preferencesSubscription_;
