@@ -85,6 +85,16 @@ quit_app() {
     fail "Ctrl+Q did not end folvane"
 }
 
+# Ctrl+F in the chat window finds a phrase in the document beside the chat:
+# the viewer paints the matches yellow, the current one selected.
+find_in_viewer() {
+    xdotool windowactivate --sync "$1" >/dev/null 2>&1 || xdotool windowfocus --sync "$1"
+    xdotool key ctrl+f
+    xdotool type --delay 20 "proof of work"
+    xdotool key Return
+    SETTLE=3 shot "viewer-find-$2" "$1"
+}
+
 run_scheme() {
     local scheme=$1
     "$cli" settings set colorScheme "$scheme" >/dev/null
@@ -101,6 +111,7 @@ run_scheme() {
     local chat
     chat=$(window_named "Example Chat")
     SETTLE=5 shot "chat-$scheme" "$chat"
+    find_in_viewer "$chat" "$scheme"
 
     quit_app "$chat"
 }

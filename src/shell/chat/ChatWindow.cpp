@@ -111,6 +111,7 @@ void ChatWindow::build() {
 
     viewer_ = new DocumentPane(*chat_, splitter);
     splitter->addWidget(viewer_);
+    connect(documents_, &DocumentListView::documentChosen, viewer_, &DocumentPane::showDocument);
     splitter->setStretchFactor(0, 0);
     splitter->setStretchFactor(1, 3);
     splitter->setStretchFactor(2, 2);

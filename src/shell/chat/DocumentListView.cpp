@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
@@ -110,6 +111,8 @@ void DocumentListView::showProgress(const ChatDetailState& state) {
 
 QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot& snapshot) {
     auto* row = new QWidget(this);
+    row->setProperty("bookmarkId", QVariant::fromValue<qlonglong>(document.bookmark.id));
+    row->installEventFilter(this);
     auto* layout = new QVBoxLayout(row);
     layout->setContentsMargins(6, 4, 6, 4);
     const QString path = pathOf(document);
@@ -180,6 +183,14 @@ QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot&
             break;
     }
     return row;
+}
+
+bool DocumentListView::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::MouseButtonRelease) {
+        const QVariant id = watched->property("bookmarkId");
+        if (id.isValid()) emit documentChosen(id.toLongLong());
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void DocumentListView::locate(const DocumentInfo& document) {

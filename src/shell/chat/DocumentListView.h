@@ -30,6 +30,13 @@ class DocumentListView final : public QWidget {
 
     void setLocateFile(LocateFile locate) { locateFile_ = std::move(locate); }
 
+  signals:
+    // A click on a document's row: the viewer shows that document.
+    void documentChosen(int64_t bookmarkId);
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     // What the rows are made of; they are made again only when it changes, and
     // the progress of an indexing row is updated in place.

@@ -11,6 +11,7 @@ namespace folvane {
 struct DocumentSearch::Run {
     std::mutex mutex;
     DocumentSearch* receiver = nullptr;
+    SearchCancel cancel;
 };
 
 DocumentSearch::DocumentSearch(std::shared_ptr<PdfViewerDocument> document, QObject* parent)
@@ -22,6 +23,7 @@ DocumentSearch::~DocumentSearch() {
 
 void DocumentSearch::cancel() {
     if (run_) {
+        run_->cancel.cancel();
         std::lock_guard lock(run_->mutex);
         run_->receiver = nullptr;
     }
@@ -45,10 +47,13 @@ void DocumentSearch::start(const std::string& keyword) {
         });
         return true;
     };
-    QThreadPool::globalInstance()->start([document = document_, keyword, post] {
-        document->searchDocument(keyword, [&](const PageHit& hit) {
-            return post([hit](DocumentSearch* self) { emit self->found(hit); });
-        });
+    QThreadPool::globalInstance()->start([document = document_, keyword, post, run = run_] {
+        document->searchDocument(
+            keyword,
+            [&](const PageHit& hit) {
+                return post([hit](DocumentSearch* self) { emit self->found(hit); });
+            },
+            run->cancel);
         post([](DocumentSearch* self) {
             self->running_ = false;
             emit self->finished();

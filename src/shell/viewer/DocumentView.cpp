@@ -350,14 +350,9 @@ std::optional<std::pair<int, QPointF>> DocumentView::pageAt(QPointF viewportPoin
 }
 
 void DocumentView::selectByMouse(QPointF from, QPointF to) {
-    Selection selection{pressed_->first, {}, {}};
-    QStringList texts;
-    for (const auto& line : lines_.between(selection.page, from.y(), to.y())) {
-        selection.rects.push_back(line.rect);
-        texts << line.text;
-    }
-    selection.text = texts.join(QLatin1Char('\n'));
-    setSelection(std::move(selection));
+    auto picked = lines_.select(pressed_->first, from, to);
+    if (picked.text.isEmpty()) return setSelection(std::nullopt);
+    setSelection(Selection{pressed_->first, std::move(picked.rects), std::move(picked.text)});
 }
 
 void DocumentView::mousePressEvent(QMouseEvent* event) {

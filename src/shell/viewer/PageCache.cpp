@@ -22,14 +22,15 @@ QImage toImage(const RgbImage& rgb) {
 PageCache::PageCache(std::shared_ptr<PdfViewerDocument> document, int64_t budgetBytes,
                      QObject* parent)
     : QObject(parent), document_(std::move(document)), budget_(budgetBytes) {
-    // The document draws one page at a time: more workers would only wait.
-    pool_.setMaxThreadCount(1);
+    // Pages are drawn outside the document's lock: two at a time.
+    pool_.setMaxThreadCount(2);
 }
 
 PageCache::~PageCache() {
     {
         std::lock_guard lock(wanted_->mutex);
         wanted_->keys.clear();
+        for (auto& [key, cancel] : wanted_->running) cancel->cancel();
     }
     pool_.clear();
     pool_.waitForDone();
@@ -69,6 +70,8 @@ void PageCache::want(const std::vector<int>& pages, double zoom) {
     {
         std::lock_guard lock(wanted_->mutex);
         wanted_->keys = {missing.begin(), missing.end()};
+        for (auto& [key, cancel] : wanted_->running)
+            if (!wanted_->keys.contains(key)) cancel->cancel();
     }
     // Queued keys that are wanted no more are skipped by their worker.
     std::erase_if(queued_, [&](const Key& key) {
@@ -77,14 +80,20 @@ void PageCache::want(const std::vector<int>& pages, double zoom) {
     for (const Key& key : missing) {
         if (!queued_.insert(key).second) continue;
         pool_.start([this, key, document = document_, wanted = wanted_] {
+            RenderCancel cancel;
             {
                 std::lock_guard lock(wanted->mutex);
                 if (!wanted->keys.contains(key)) {
                     QMetaObject::invokeMethod(this, [this, key] { queued_.erase(key); });
                     return;
                 }
+                wanted->running[key] = &cancel;
             }
-            auto rgb = document->render(key.first, renderZoom(key.first, key.second));
+            auto rgb = document->render(key.first, renderZoom(key.first, key.second), &cancel);
+            {
+                std::lock_guard lock(wanted->mutex);
+                wanted->running.erase(key);
+            }
             QImage image = rgb ? toImage(*rgb) : QImage();
             QMetaObject::invokeMethod(this, [this, key, image = std::move(image)]() mutable {
                 queued_.erase(key);

@@ -11,13 +11,16 @@
 #include <set>
 #include <utility>
 
+#include "documents/RenderCancel.h"
+
 namespace folvane {
 
 class PdfViewerDocument;
 
-// Pages drawn at a zoom, made on a worker thread and kept in a cache of fixed
+// Pages drawn at a zoom, made on worker threads and kept in a cache of fixed
 // size in bytes, the least recently used going first. A request that is no
-// longer wanted by the time a worker reaches it is dropped unrendered.
+// longer wanted is dropped before a worker reaches it, or stopped while it is
+// drawn.
 class PageCache final : public QObject {
     Q_OBJECT
   public:
@@ -64,6 +67,8 @@ class PageCache final : public QObject {
     struct Wanted {
         std::mutex mutex;
         std::set<Key> keys;
+        // The renders under way, stopped when their page is wanted no more.
+        std::map<Key, RenderCancel*> running;
     };
     std::shared_ptr<Wanted> wanted_ = std::make_shared<Wanted>();
     QThreadPool pool_;

@@ -9,6 +9,7 @@
 #include "conversation/PageNavigator.h"
 #include "platform/FileUrl.h"
 #include "shell/chat/ChatWindow.h"
+#include "shell/chat/DocumentListView.h"
 #include "shell/viewer/DocumentPane.h"
 #include "shell/viewer/DocumentView.h"
 #include "shell/viewer/FindBar.h"
@@ -179,7 +180,9 @@ class DocumentPaneTest : public QObject {
         const auto path =
             writePages(shell.dir / "notes.pdf",
                        {{"first finding", "filler"}, {"second finding"}, {"third finding"}});
-        const int64_t id = shell.windows.openFiles({QString::fromStdString(path.string())});
+        const auto other = writePages(shell.dir / "other.pdf", {{"Another document"}});
+        const int64_t id = shell.windows.openFiles(
+            {QString::fromStdString(path.string()), QString::fromStdString(other.string())});
         ChatWindow* window = shell.windows.chatWindow(id);
         QVERIFY(window && window->documentPane());
         DocumentPane& pane = *window->documentPane();
@@ -201,6 +204,15 @@ class DocumentPaneTest : public QObject {
         QTRY_COMPARE(pane.view()->selectedMatch(), 0);
         QTest::keyClick(field, Qt::Key_Escape);
         QVERIFY(!pane.findBar()->isVisible());
+
+        // A click on the other document in the list shows it.
+        QLabel* otherRow = nullptr;
+        for (auto* label : window->documentList()->findChildren<QLabel*>())
+            if (label->text() == "other.pdf") otherRow = label;
+        QVERIFY(otherRow);
+        QTest::mouseClick(otherRow, Qt::LeftButton);
+        QTRY_VERIFY(pane.view() &&
+                    pane.view()->document().pageText(0).find("Another document") == 0);
     }
 };
 

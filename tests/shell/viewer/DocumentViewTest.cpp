@@ -45,15 +45,16 @@ QStringList entries(QMenu* menu) {
     return texts;
 }
 
-// Drags the mouse down over the line of the page (in page points).
+// Drags the mouse over the line from before its start to past its end, as
+// the user selects a line (the rectangle in page points).
 void dragOver(DocumentView& view, int page, const PageRect& line) {
     const QRect rect = view.viewportRect(page, line);
-    QTest::mousePress(view.viewport(), Qt::LeftButton, {}, rect.topLeft() + QPoint(1, 1));
-    QMouseEvent move(QEvent::MouseMove, QPointF(rect.bottomRight() - QPoint(1, 1)),
-                     view.viewport()->mapToGlobal(QPointF(rect.bottomRight())), Qt::NoButton,
-                     Qt::LeftButton, Qt::NoModifier);
+    const QPoint from(rect.left() - 3, rect.top() + 1), to(rect.right() + 3, rect.bottom() - 1);
+    QTest::mousePress(view.viewport(), Qt::LeftButton, {}, from);
+    QMouseEvent move(QEvent::MouseMove, QPointF(to), view.viewport()->mapToGlobal(QPointF(to)),
+                     Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(view.viewport(), &move);
-    QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, rect.bottomRight() - QPoint(1, 1));
+    QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, to);
 }
 
 }  // namespace
@@ -212,6 +213,23 @@ class DocumentViewTest : public QObject {
             QCOMPARE(entries(menu.get()).mid(0, c.offered.size()), c.offered);
             QCOMPARE(entries(menu.get()).contains(selection), c.offered.contains(selection));
         }
+        // Within a line the drag takes the characters it went over.
+        const auto layout = view.document().pageTextLayout(0);
+        QCOMPARE(QString::fromStdString(layout[2].text()), QStringLiteral("Closing line here"));
+        const auto& chars = layout[2].chars;
+        const QPointF from((chars[8].box.x0 + chars[8].box.x1) / 2, chars[8].box.y0 + 2);
+        const QPointF to((chars[11].box.x0 + chars[11].box.x1) / 2, chars[11].box.y1 - 2);
+        const QRect fromTo = view.viewportRect(0, PageRect{from.x(), from.y(), to.x(), to.y()});
+        QTest::mousePress(view.viewport(), Qt::LeftButton, {}, fromTo.topLeft());
+        QMouseEvent move(QEvent::MouseMove, QPointF(fromTo.bottomRight()),
+                         view.viewport()->mapToGlobal(QPointF(fromTo.bottomRight())), Qt::NoButton,
+                         Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &move);
+        QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, fromTo.bottomRight());
+        QVERIFY2(view.selectedText().contains("in") && !view.selectedText().contains("Closing"),
+                 qPrintable(view.selectedText()));
+        dragOver(view, 0, lineOf("abcdefghijk"));
+
         QTest::keySequence(&view, QKeySequence::Copy);
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("abcdefghijk"));
 
