@@ -31,7 +31,7 @@ class DocumentView final : public QAbstractScrollArea {
     static constexpr double minZoom = 0.3;
     static constexpr double maxZoom = 10;
     static constexpr double zoomStep = 1.25;
-    static constexpr int64_t cacheBytes = 192ll * 1024 * 1024;
+    static constexpr int64_t cacheBytes = 128ll * 1024 * 1024;
 
     struct Highlight {
         int page = 0;
