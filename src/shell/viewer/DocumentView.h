@@ -9,15 +9,16 @@
 
 #include "documents/PdfViewerDocument.h"
 #include "runtime/ObserverList.h"
+#include "shell/viewer/PageCache.h"
 #include "shell/viewer/PageLayout.h"
 #include "shell/viewer/PageLines.h"
 
 class QMenu;
+class QPainter;
 
 namespace folvane {
 
 class DocumentSearch;
-class PageCache;
 class PageNavigator;
 
 // The pages of one document in a column on grey, fitted to the width until
@@ -77,8 +78,10 @@ class DocumentView final : public QAbstractScrollArea {
     bool hasUserSelection() const { return hasUserSelection_; }
     // The first and last page that show in the viewport now.
     std::pair<int, int> visiblePages() const;
-    // Whether the page's image at the current zoom is drawn and cached.
+    // Whether what shows of the page at the current zoom is drawn and cached.
     bool isPageDrawn(int page) const;
+    // The bytes of the pictures in the cache.
+    int64_t cachedBytes() const { return cache_->bytes(); }
     // Where a rectangle of a page shows in the viewport now.
     QRect viewportRect(int page, const PageRect& rect) const;
     // The context menu of the page as it stands now.
@@ -129,6 +132,12 @@ class DocumentView final : public QAbstractScrollArea {
     // The page and the point on it under a viewport point; none off the pages.
     std::optional<std::pair<int, QPointF>> pageAt(QPointF viewportPoint) const;
     QPoint scrollOffset() const;
+    // The part of the page in view, in its pixels at the drawn zoom.
+    QRect shownPixels(int page) const;
+    // The pictures that make up what shows of the page: the whole page, or
+    // the tiles in view.
+    std::vector<PageCache::Key> shownKeys(int page) const;
+    void paintPage(QPainter& painter, int page);
 
     std::shared_ptr<PdfViewerDocument> document_;
     std::shared_ptr<PageNavigator> navigator_;

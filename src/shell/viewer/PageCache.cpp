@@ -17,6 +17,10 @@ QImage toImage(const RgbImage& rgb) {
     return image;
 }
 
+QRect toQRect(const PixelRect& rect) {
+    return {rect.x0, rect.y0, rect.x1 - rect.x0, rect.y1 - rect.y0};
+}
+
 }  // namespace
 
 PageCache::PageCache(std::shared_ptr<PdfViewerDocument> document, int64_t budgetBytes,
@@ -36,37 +40,66 @@ PageCache::~PageCache() {
     pool_.waitForDone();
 }
 
-double PageCache::renderZoom(int page, double zoom) const {
-    const auto size = document_->pageSize(page);
-    if (!size) return zoom;
-    const double pixels = size->width * size->height * zoom * zoom;
-    if (pixels <= maxPagePixels) return zoom;
-    return zoom * std::sqrt(maxPagePixels / pixels);
+bool PageCache::isTiled(int page, double zoom) const {
+    const QRect pixels = toQRect(document_->pagePixels(page, zoom));
+    return double(pixels.width()) * pixels.height() > tiledPagePixels;
 }
 
-QImage PageCache::image(int page, double zoom) const {
-    auto found = index_.find({page, zoom});
+double PageCache::backdropZoom(int page, double zoom) const {
+    const QRect pixels = toQRect(document_->pagePixels(page, zoom));
+    const double area = double(pixels.width()) * pixels.height();
+    if (area <= backdropPixels) return zoom;
+    return zoom * std::sqrt(backdropPixels / area);
+}
+
+QRect PageCache::tileRect(int page, double zoom, int tile) const {
+    const QRect pixels = toQRect(document_->pagePixels(page, zoom));
+    const int columns = (pixels.width() + tileSize - 1) / tileSize;
+    const int column = tile % columns, row = tile / columns;
+    return QRect(pixels.x() + column * tileSize, pixels.y() + row * tileSize, tileSize, tileSize)
+        .intersected(pixels);
+}
+
+std::vector<std::pair<PageCache::Key, QRect>> PageCache::tilesIn(int page, double zoom,
+                                                                 const QRect& part) const {
+    const QRect pixels = toQRect(document_->pagePixels(page, zoom));
+    const QRect shown = part.intersected(pixels);
+    std::vector<std::pair<Key, QRect>> tiles;
+    if (shown.isEmpty()) return tiles;
+    const int columns = (pixels.width() + tileSize - 1) / tileSize;
+    const int left = (shown.left() - pixels.x()) / tileSize;
+    const int right = (shown.right() - pixels.x()) / tileSize;
+    const int top = (shown.top() - pixels.y()) / tileSize;
+    const int bottom = (shown.bottom() - pixels.y()) / tileSize;
+    for (int row = top; row <= bottom; ++row) {
+        for (int column = left; column <= right; ++column) {
+            const int tile = row * columns + column;
+            tiles.emplace_back(Key{page, zoom, tile}, tileRect(page, zoom, tile));
+        }
+    }
+    return tiles;
+}
+
+QImage PageCache::image(const Key& key) const {
+    auto found = index_.find(key);
     return found == index_.end() ? QImage() : found->second->image;
 }
 
 QImage PageCache::anyImage(int page) const {
     for (const auto& entry : entries_)
-        if (entry.key.first == page) return entry.image;
+        if (entry.key.page == page && entry.key.tile < 0) return entry.image;
     return {};
 }
 
-void PageCache::want(const std::vector<int>& pages, double zoom) {
-    std::vector<Key> missing;
-    // The wanted pages that are cached become the most recently used.
-    for (auto page = pages.rbegin(); page != pages.rend(); ++page) {
-        const Key key{*page, zoom};
-        if (auto found = index_.find(key); found != index_.end())
+void PageCache::want(const std::vector<Key>& keys) {
+    // The wanted keys that are cached become the most recently used.
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
+        if (auto found = index_.find(*key); found != index_.end())
             entries_.splice(entries_.begin(), entries_, found->second);
     }
-    for (int page : pages) {
-        Key key{page, zoom};
+    std::vector<Key> missing;
+    for (const Key& key : keys)
         if (!index_.contains(key)) missing.push_back(key);
-    }
     {
         std::lock_guard lock(wanted_->mutex);
         wanted_->keys = {missing.begin(), missing.end()};
@@ -79,7 +112,8 @@ void PageCache::want(const std::vector<int>& pages, double zoom) {
     });
     for (const Key& key : missing) {
         if (!queued_.insert(key).second) continue;
-        pool_.start([this, key, document = document_, wanted = wanted_] {
+        const QRect tile = key.tile < 0 ? QRect() : tileRect(key.page, key.zoom, key.tile);
+        pool_.start([this, key, tile, document = document_, wanted = wanted_] {
             RenderCancel cancel;
             {
                 std::lock_guard lock(wanted->mutex);
@@ -89,10 +123,14 @@ void PageCache::want(const std::vector<int>& pages, double zoom) {
                 }
                 wanted->running[key] = &cancel;
             }
-            auto rgb = document->render(key.first, renderZoom(key.first, key.second), &cancel);
+            const PixelRect pixels{tile.left(), tile.top(), tile.right() + 1, tile.bottom() + 1};
+            auto rgb = key.tile < 0 ? document->render(key.page, key.zoom, &cancel)
+                                    : document->renderTile(key.page, key.zoom, pixels, &cancel);
             {
                 std::lock_guard lock(wanted->mutex);
-                wanted->running.erase(key);
+                auto running = wanted->running.find(key);
+                if (running != wanted->running.end() && running->second == &cancel)
+                    wanted->running.erase(running);
             }
             QImage image = rgb ? toImage(*rgb) : QImage();
             QMetaObject::invokeMethod(this, [this, key, image = std::move(image)]() mutable {
@@ -103,7 +141,7 @@ void PageCache::want(const std::vector<int>& pages, double zoom) {
                 }
                 if (image.isNull()) return;
                 store(key, std::move(image));
-                emit rendered(key.first);
+                emit rendered(key.page);
             });
         });
     }

@@ -2,14 +2,16 @@
 
 #include <QImage>
 #include <QObject>
+#include <QRect>
 #include <QThreadPool>
+#include <compare>
 #include <cstdint>
 #include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <set>
-#include <utility>
+#include <vector>
 
 #include "documents/RenderCancel.h"
 
@@ -18,44 +20,62 @@ namespace folvane {
 class PdfViewerDocument;
 
 // Pages drawn at a zoom, made on worker threads and kept in a cache of fixed
-// size in bytes, the least recently used going first. A request that is no
-// longer wanted is dropped before a worker reaches it, or stopped while it is
-// drawn.
+// size in bytes, the least recently used going first. A page that would be
+// large at its zoom is drawn in square tiles, only those that show, over a
+// smaller picture of the whole page. A request that is no longer wanted is
+// dropped before a worker reaches it, or stopped while it is drawn.
 class PageCache final : public QObject {
     Q_OBJECT
   public:
-    // The most pixels one page is drawn with; above it the view scales up.
-    static constexpr double maxPagePixels = 12'000'000;
+    // Above this many pixels a page is drawn in tiles.
+    static constexpr double tiledPagePixels = 4'000'000;
+    static constexpr int tileSize = 512;
+    // The picture under the tiles of a large page.
+    static constexpr double backdropPixels = 2'000'000;
+
+    // A whole page (tile -1) or one of its tiles, at a zoom (render pixels
+    // per point).
+    struct Key {
+        int page = 0;
+        double zoom = 1;
+        int tile = -1;
+        auto operator<=>(const Key&) const = default;
+    };
 
     PageCache(std::shared_ptr<PdfViewerDocument> document, int64_t budgetBytes,
               QObject* parent = nullptr);
-    // Drops what is queued and waits for the page being drawn.
+    // Drops what is queued, stops what is drawn and waits for it.
     ~PageCache() override;
 
-    // The page at exactly this zoom, or a null image.
-    QImage image(int page, double zoom) const;
-    // The page at the zoom drawn last for it, for showing scaled while the
-    // right one is drawn; a null image when none is cached.
+    // The picture of the key, or a null image.
+    QImage image(const Key& key) const;
+    // The whole page at the zoom drawn last for it, for showing scaled while
+    // the right one is drawn; a null image when none is cached.
     QImage anyImage(int page) const;
-    // The pages wanted now at this zoom: those not cached are queued, in this
-    // order, and queued ones not among them are dropped.
-    void want(const std::vector<int>& pages, double zoom);
+    // What is wanted now, most urgent first: those not cached are queued in
+    // this order, and queued or running ones not among them are dropped.
+    void want(const std::vector<Key>& keys);
 
+    // Whether the page is drawn in tiles at this zoom.
+    bool isTiled(int page, double zoom) const;
+    // The zoom of the whole picture under a tiled page.
+    double backdropZoom(int page, double zoom) const;
+    // The tiles of the page at zoom that the part `pixels` (page pixels at
+    // that zoom) touches, and where each tile stands in page pixels.
+    std::vector<std::pair<Key, QRect>> tilesIn(int page, double zoom, const QRect& pixels) const;
     int64_t bytes() const { return bytes_; }
-    // The zoom a page is drawn at for a shown zoom: within maxPagePixels.
-    double renderZoom(int page, double zoom) const;
 
   signals:
     void rendered(int page);
 
   private:
-    using Key = std::pair<int, double>;
     struct Entry {
         Key key;
         QImage image;
     };
 
     void store(Key key, QImage image);
+    QRect tileRect(int page, double zoom, int tile) const;
 
     std::shared_ptr<PdfViewerDocument> document_;
     int64_t budget_;
@@ -67,7 +87,7 @@ class PageCache final : public QObject {
     struct Wanted {
         std::mutex mutex;
         std::set<Key> keys;
-        // The renders under way, stopped when their page is wanted no more.
+        // The renders under way, stopped when they are wanted no more.
         std::map<Key, RenderCancel*> running;
     };
     std::shared_ptr<Wanted> wanted_ = std::make_shared<Wanted>();

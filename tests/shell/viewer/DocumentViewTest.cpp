@@ -145,6 +145,35 @@ class DocumentViewTest : public QObject {
         QCOMPARE(view.zoom(), fitted);
     }
 
+    void atAHighZoomOnlyTheTilesInViewAreDrawn() {
+        test::TempDir dir;
+        auto navigator = std::make_shared<PageNavigator>();
+        DocumentView view(openPages(dir, {{"Cover page"}, {"Opening words.", "Closing words."}}),
+                          navigator);
+        view.resize(500, 600);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        view.setZoom(8);
+        navigator->goToPage.notify(2, std::string("closing words."));
+        QCOMPARE(view.highlights().size(), size_t(1));
+        QTRY_VERIFY(view.isPageDrawn(1));
+        // A whole page at this zoom would take about 90 MB.
+        QVERIFY2(view.cachedBytes() < 20 * 1024 * 1024,
+                 qPrintable(QString::number(view.cachedBytes())));
+
+        const QImage painted = view.viewport()->grab().toImage();
+        const QRect rect =
+            view.viewportRect(1, view.highlights()[0].rect).intersected(painted.rect());
+        QVERIFY(!rect.isEmpty());
+        int dark = 0;
+        for (int y = rect.top(); y <= rect.bottom(); ++y)
+            for (int x = rect.left(); x <= rect.right(); ++x)
+                if (qGray(painted.pixel(x, y)) < 60) ++dark;
+        // The words drawn sharp under the yellow.
+        QVERIFY(yellowPixels(painted, rect) > rect.width() * rect.height() / 3);
+        QVERIFY(dark > rect.width() * rect.height() / 20);
+    }
+
     void findSelectsTheFirstMatchAndStepsThroughTheOthers() {
         test::TempDir dir;
         auto navigator = std::make_shared<PageNavigator>();
