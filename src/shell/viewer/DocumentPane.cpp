@@ -94,7 +94,6 @@ DocumentPane::DocumentPane(ChatDetailRef chat, QWidget* parent)
     auto* previous = toolButton(QStringLiteral("‹"), QStringLiteral("Previous Page"), viewer_);
     auto* next = toolButton(QStringLiteral("›"), QStringLiteral("Next Page"), viewer_);
     status_ = new QLabel(viewer_);
-    status_->setAccessibleName(QStringLiteral("Page"));
     auto* zoomOut = toolButton(QStringLiteral("−"), QStringLiteral("Zoom Out"), viewer_);
     auto* zoomIn = toolButton(QStringLiteral("+"), QStringLiteral("Zoom In"), viewer_);
     auto* find = toolButton(QStringLiteral("Find"), QStringLiteral("Find in PDF..."), viewer_);

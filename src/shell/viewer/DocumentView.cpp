@@ -15,17 +15,9 @@
 #include "conversation/PageNavigator.h"
 #include "shell/viewer/DocumentSearch.h"
 #include "shell/viewer/PageCache.h"
+#include "shell/viewer/PagePainter.h"
 
 namespace folvane {
-namespace {
-
-const QColor background(0x80, 0x80, 0x80);
-// Yellow at alpha 0.8, multiplied over the page so that the text stays dark.
-const QColor highlightColor(255, 255, 0, 204);
-const QColor selectionColor(0, 110, 230, 90);
-
-}  // namespace
-
 DocumentView::DocumentView(std::shared_ptr<PdfViewerDocument> document,
                            std::shared_ptr<PageNavigator> navigator, QWidget* parent)
     : QAbstractScrollArea(parent),
@@ -33,6 +25,7 @@ DocumentView::DocumentView(std::shared_ptr<PdfViewerDocument> document,
       navigator_(std::move(navigator)),
       lines_(document_),
       cache_(new PageCache(document_, cacheBytes, this)),
+      painter_(std::make_unique<PagePainter>(*document_, layout_, *cache_)),
       search_(new DocumentSearch(document_, this)) {
     setAccessibleName(QStringLiteral("Document viewer"));
     setFocusPolicy(Qt::StrongFocus);
@@ -422,95 +415,20 @@ std::pair<int, int> DocumentView::visiblePages() const {
 }
 
 bool DocumentView::isPageDrawn(int page) const {
-    for (const auto& key : shownKeys(page))
-        if (cache_->image(key).isNull()) return false;
-    return true;
+    return painter_->isDrawn(page, QRect(scrollOffset(), viewport()->size()), devicePixelRatioF());
 }
 
 QRect DocumentView::viewportRect(int page, const PageRect& rect) const {
     return layout_.toContent(page, rect).translated(-scrollOffset()).toAlignedRect();
 }
 
-QRect DocumentView::shownPixels(int page) const {
-    const QRect rect = layout_.pageRect(page);
-    const QRect part =
-        rect.intersected(QRect(scrollOffset(), viewport()->size())).translated(-rect.topLeft());
-    const double dpr = devicePixelRatioF();
-    return QRect(int(std::floor(part.x() * dpr)), int(std::floor(part.y() * dpr)),
-                 int(std::ceil(part.width() * dpr)), int(std::ceil(part.height() * dpr)));
-}
-
-std::vector<PageCache::Key> DocumentView::shownKeys(int page) const {
-    const double zoom = zoom_ * devicePixelRatioF();
-    if (!cache_->isTiled(page, zoom)) return {{page, zoom, -1}};
-    std::vector<PageCache::Key> keys;
-    for (const auto& [key, pixels] : cache_->tilesIn(page, zoom, shownPixels(page)))
-        keys.push_back(key);
-    return keys;
-}
-
-void DocumentView::paintPage(QPainter& painter, int page) {
-    const QRect rect = layout_.pageRect(page);
-    painter.fillRect(rect, Qt::white);
-    const double zoom = zoom_ * devicePixelRatioF();
-    const bool tiled = cache_->isTiled(page, zoom);
-    // The whole page, or under the tiles a smaller picture of it, or while
-    // those are drawn whatever picture of the page there is, scaled.
-    QImage whole = cache_->image({page, tiled ? cache_->backdropZoom(page, zoom) : zoom, -1});
-    if (whole.isNull()) whole = cache_->anyImage(page);
-    if (!whole.isNull()) painter.drawImage(QRectF(rect), whole);
-    if (tiled) {
-        const PixelRect all = document_->pagePixels(page, zoom);
-        const double sx = rect.width() / double(std::max(1, all.x1 - all.x0));
-        const double sy = rect.height() / double(std::max(1, all.y1 - all.y0));
-        for (const auto& [key, pixels] : cache_->tilesIn(page, zoom, shownPixels(page))) {
-            const QImage tile = cache_->image(key);
-            if (tile.isNull()) continue;
-            painter.drawImage(
-                QRectF(rect.x() + (pixels.x() - all.x0) * sx, rect.y() + (pixels.y() - all.y0) * sy,
-                       pixels.width() * sx, pixels.height() * sy),
-                tile);
-        }
-    }
-    painter.setCompositionMode(QPainter::CompositionMode_Multiply);
-    for (const auto& highlight : highlights_)
-        if (highlight.page == page)
-            painter.fillRect(layout_.toContent(page, highlight.rect), highlightColor);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    if (selection_ && selection_->page == page)
-        for (const auto& line : selection_->rects)
-            painter.fillRect(layout_.toContent(page, line), selectionColor);
-}
-
 void DocumentView::paintEvent(QPaintEvent*) {
+    std::vector<PageMark> selected;
+    if (selection_)
+        for (const auto& rect : selection_->rects) selected.push_back({selection_->page, rect});
     QPainter painter(viewport());
-    painter.fillRect(viewport()->rect(), background);
-    if (layout_.pageCount() == 0) return;
-    const QPoint offset = scrollOffset();
-    const int height = viewport()->height();
-    const auto [first, last] = layout_.pagesBetween(offset.y(), offset.y() + height);
-    const double zoom = zoom_ * devicePixelRatioF();
-
-    // What is on screen first, then a screen ahead below and above; of a
-    // tiled page, its tiles in view and then its smaller picture.
-    std::vector<PageCache::Key> wanted;
-    for (int page = first; page <= last; ++page)
-        for (const auto& key : shownKeys(page)) wanted.push_back(key);
-    auto whole = [&](int page) {
-        const bool tiled = cache_->isTiled(page, zoom);
-        wanted.push_back({page, tiled ? cache_->backdropZoom(page, zoom) : zoom, -1});
-    };
-    for (int page = first; page <= last; ++page)
-        if (cache_->isTiled(page, zoom)) whole(page);
-    const auto [aheadFirst, aheadLast] =
-        layout_.pagesBetween(offset.y() - height, offset.y() + 2 * height);
-    for (int page = last + 1; page <= aheadLast; ++page) whole(page);
-    for (int page = first - 1; page >= aheadFirst; --page) whole(page);
-    cache_->want(wanted);
-
-    painter.translate(-offset);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    for (int page = first; page <= last; ++page) paintPage(painter, page);
+    painter_->paint(painter, QRect(scrollOffset(), viewport()->size()), devicePixelRatioF(),
+                    highlights_, selected);
 }
 
 }  // namespace folvane

@@ -12,9 +12,9 @@
 #include "shell/viewer/PageCache.h"
 #include "shell/viewer/PageLayout.h"
 #include "shell/viewer/PageLines.h"
+#include "shell/viewer/PagePainter.h"
 
 class QMenu;
-class QPainter;
 
 namespace folvane {
 
@@ -34,10 +34,7 @@ class DocumentView final : public QAbstractScrollArea {
     static constexpr double zoomStep = 1.25;
     static constexpr int64_t cacheBytes = 128ll * 1024 * 1024;
 
-    struct Highlight {
-        int page = 0;
-        PageRect rect;
-    };
+    using Highlight = PageMark;
 
     // navigator may be null: a view that nothing drives.
     DocumentView(std::shared_ptr<PdfViewerDocument> document,
@@ -132,18 +129,12 @@ class DocumentView final : public QAbstractScrollArea {
     // The page and the point on it under a viewport point; none off the pages.
     std::optional<std::pair<int, QPointF>> pageAt(QPointF viewportPoint) const;
     QPoint scrollOffset() const;
-    // The part of the page in view, in its pixels at the drawn zoom.
-    QRect shownPixels(int page) const;
-    // The pictures that make up what shows of the page: the whole page, or
-    // the tiles in view.
-    std::vector<PageCache::Key> shownKeys(int page) const;
-    void paintPage(QPainter& painter, int page);
-
     std::shared_ptr<PdfViewerDocument> document_;
     std::shared_ptr<PageNavigator> navigator_;
     PageLayout layout_;
     PageLines lines_;
     PageCache* cache_;
+    std::unique_ptr<PagePainter> painter_;
     DocumentSearch* search_;
     double zoom_ = 1;
     bool fitWidth_ = true;

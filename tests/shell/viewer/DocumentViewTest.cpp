@@ -3,6 +3,7 @@
 #include <QClipboard>
 #include <QMenu>
 #include <QScrollBar>
+#include <QWheelEvent>
 #include <QtTest>
 
 #include "conversation/PageNavigator.h"
@@ -143,6 +144,42 @@ class DocumentViewTest : public QObject {
         QVERIFY(view.visiblePages().first <= 4 && view.visiblePages().second >= 4);
         view.fitToWidth();
         QCOMPARE(view.zoom(), fitted);
+    }
+
+    void keysScrollAndCtrlWheelZooms() {
+        test::TempDir dir;
+        std::vector<std::vector<std::string>> pages(6, {"Some page"});
+        DocumentView view(openPages(dir, pages), nullptr);
+        view.resize(400, 500);
+        view.show();
+        QScrollBar* bar = view.verticalScrollBar();
+        const int step = bar->pageStep();
+        const struct {
+            Qt::Key key;
+            Qt::KeyboardModifiers modifiers;
+            int value;  // -1: the end
+        } cases[] = {{Qt::Key_End, {}, -1},
+                     {Qt::Key_Home, {}, 0},
+                     {Qt::Key_PageDown, {}, step},
+                     {Qt::Key_Space, {}, 2 * step},
+                     {Qt::Key_PageUp, {}, step},
+                     {Qt::Key_Space, Qt::ShiftModifier, 0},
+                     {Qt::Key_Down, {}, bar->singleStep()}};
+        for (const auto& c : cases) {
+            QTest::keyClick(&view, c.key, c.modifiers);
+            QCOMPARE(bar->value(), c.value < 0 ? bar->maximum() : c.value);
+        }
+        QVERIFY(view.currentPage() == 0);
+        QTest::keyClick(&view, Qt::Key_End);
+        QCOMPARE(view.currentPage(), 5);
+        QCOMPARE(view.pageStatus(), QStringLiteral("6 of 6"));
+
+        const double fitted = view.zoom();
+        const QPointF at(200, 250);
+        QWheelEvent wheel(at, view.viewport()->mapToGlobal(at), {}, {0, 120}, Qt::NoButton,
+                          Qt::ControlModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view.viewport(), &wheel);
+        QCOMPARE(view.zoom(), fitted * DocumentView::zoomStep);
     }
 
     void atAHighZoomOnlyTheTilesInViewAreDrawn() {
