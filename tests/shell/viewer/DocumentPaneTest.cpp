@@ -161,6 +161,43 @@ class DocumentPaneTest : public QObject {
         }
     }
 
+    void theMenuKeysSendTheirInputs() {
+        test::TempDir dir;
+        test::RecordingChatRef chat;
+        chat.chat->change([&](ChatDetailState& s) {
+            s.allDocuments = {document(1, writePages(dir / "a.pdf", {{"One"}, {"Two"}}))};
+        });
+        DocumentPane pane(chat.ref);
+        pane.show();
+        pane.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&pane));
+        pane.view()->setFocus();
+
+        QTest::keySequence(&pane, QKeySequence::Find);
+        QVERIFY(pane.findBar()->isVisible());
+        QVERIFY(pane.findBar()->field()->hasFocus());
+        pane.view()->setFocus();
+        const auto keys = {
+            QKeySequence(Qt::CTRL | Qt::Key_G), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_G),
+            QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_G),
+            QKeySequence(Qt::CTRL | Qt::Key_BracketLeft), QKeySequence(Qt::ALT | Qt::Key_Right)};
+        for (const auto& key : keys) QTest::keySequence(pane.view(), key);
+        const auto& inputs = chat.chat->inputs;
+        QCOMPARE(inputs.size(), size_t(5));
+        QVERIFY(std::holds_alternative<chat_input::FindNext>(inputs[0]));
+        QVERIFY(std::holds_alternative<chat_input::FindPrevious>(inputs[1]));
+        QVERIFY(std::holds_alternative<chat_input::ShowGoToForm>(inputs[2]));
+        QVERIFY(std::holds_alternative<chat_input::GoBack>(inputs[3]));
+        QVERIFY(std::holds_alternative<chat_input::GoForward>(inputs[4]));
+
+        // Zoom keys reach the navigator and so the view.
+        const double zoom = pane.view()->zoom();
+        QTest::keySequence(pane.view(), QKeySequence(Qt::CTRL | Qt::Key_Plus));
+        QVERIFY(pane.view()->zoom() > zoom);
+        QTest::keySequence(pane.view(), QKeySequence(Qt::CTRL | Qt::Key_0));
+        QCOMPARE(pane.view()->zoom(), zoom);
+    }
+
     void pageContentGoesToTheChatAsContext() {
         test::TempDir dir;
         test::RecordingChatRef chat;

@@ -254,6 +254,23 @@ class DocumentViewTest : public QObject {
         QCOMPARE(view.selectedText(), QString());
     }
 
+    void aNewKeywordStopsTheOldSearchSoThatTheirMatchesNeverMix() {
+        test::TempDir dir;
+        std::vector<std::vector<std::string>> pages(300, {"alpha on every page"});
+        pages[0].push_back("beta once");
+        DocumentView view(openPages(dir, pages), nullptr);
+        view.resize(400, 500);
+        view.show();
+        view.find("alpha");
+        view.find("beta");
+        QTRY_COMPARE(view.searchMatches().size(), size_t(1));
+        QTest::qWait(300);
+        QCOMPARE(view.searchMatches().size(), size_t(1));
+        QCOMPARE(view.searchMatches()[0].pageIndex, 0);
+        QCOMPARE(view.highlights().size(), size_t(1));
+        QCOMPARE(view.selectedText(), QStringLiteral("beta"));
+    }
+
     void theContextMenuOffersTheUsersSelectionFromElevenCharacters() {
         test::TempDir dir;
         DocumentView view(openPages(dir, {{"abcdefghij", "abcdefghijk", "Closing line here"}}),
