@@ -106,6 +106,22 @@ class DocumentViewTest : public QObject {
         }
     }
 
+    void thePageShowsItsLabelWhenTheLabelIsNotItsNumber() {
+        test::TempDir dir;
+        std::string pdf = test::makePdfWithPages(std::vector<test::TestPage>(4, {{"page"}}));
+        const std::string catalog = "/Type /Catalog";
+        pdf.replace(pdf.find(catalog), catalog.size(),
+                    catalog + " /PageLabels << /Nums [0 << /S /r >> 2 << /S /D /St 3 >>] >>");
+        test::writeFile(dir / "labels.pdf", pdf);
+        DocumentView view(PdfViewerDocument::open(dir / "labels.pdf"), nullptr);
+        view.resize(400, 500);
+        const QString expected[] = {"i (1 of 4)", "ii (2 of 4)", "3 of 4", "4 of 4"};
+        for (int page = 1; page <= 4; ++page) {
+            view.goToPage(page);
+            QCOMPARE(view.pageStatus(), expected[page - 1]);
+        }
+    }
+
     void historyAndZoomFollowTheNavigator() {
         test::TempDir dir;
         auto navigator = std::make_shared<PageNavigator>();
