@@ -1,7 +1,8 @@
 // The transcript of one chat window: every row in one page. The window sends
 // the rows that changed (base64 of UTF-8 JSON) and the style; the page draws
-// them and answers over the web channel with each row's height, the text it
-// rendered, copy requests and the actions the user takes.
+// them and answers over the web channel, once a frame, with the rows' heights,
+// the text they rendered and that the frame is painted; and with copy
+// requests and the actions the user takes.
 (function () {
     'use strict';
 
@@ -9,10 +10,16 @@
     const rowsElement = document.getElementById('rows');
     const elements = new Map();   // row key -> element
     const heights = new Map();    // row key -> last height reported
+    const textsDue = new Set();   // rows whose rendered text goes out after the next frame
+    let heightsDue = {};          // row key -> height, not yet sent
+    let applied = 0;              // updates drawn so far
+    let frameDue = false;
     let style = { stylesheet: '', light: 'github', dark: 'github-dark', isDark: false };
 
     function decodeBase64(text) {
-        const bytes = Uint8Array.from(atob(text), (c) => c.charCodeAt(0));
+        const binary = atob(text);
+        const bytes = new Uint8Array(binary.length);
+        for (let i = 0; i < binary.length; ++i) bytes[i] = binary.charCodeAt(i);
         return new TextDecoder('utf-8').decode(bytes);
     }
 
@@ -169,6 +176,15 @@
         addCodeCopyButtons(content);
     }
 
+    // Rendered HTML as nodes to put into a message's content.
+    function contentNodes(html) {
+        const range = document.createRange();
+        range.selectNodeContents(rowsElement);
+        const fragment = range.createContextualFragment(sanitize(html));
+        addCodeCopyButtons(fragment);
+        return fragment;
+    }
+
     // Rows far from the end render their Markdown when they come near the
     // viewport; until then they show their text as it is.
     const pendingObserver = new IntersectionObserver((entries) => {
@@ -179,18 +195,24 @@
             const content = element.querySelector('.content.pending');
             if (!content || !element.row) continue;
             renderMarkdown(content, element.row);
-            reportRenderedText(element.dataset.key, element);
+            textChanged(element.dataset.key);
         }
     }, { rootMargin: '1000px 0px' });
 
-    function drawAssistant(element, key, row, lazy) {
+    // A streamed reply draws its Markdown piece by piece; `adopted` is the
+    // content of the streamed row a finished message takes over.
+    function drawAssistant(element, key, row, lazy, adopted) {
         element.setAttribute('aria-label', 'Assistant message');
-        const content = document.createElement('div');
+        const content = adopted || document.createElement('div');
         content.className = 'content';
-        if (row.markdown && lazy) {
+        if (adopted) {
+            // Drawn already, the same as a render of the whole text.
+        } else if (row.markdown && key === 'live') {
+            element.stream = new StreamingMarkdown(content, renderer(row.math), contentNodes);
+            element.stream.update(row.text);
+        } else if (row.markdown && lazy) {
             content.classList.add('plain', 'pending');
             content.textContent = row.text;
-            element.row = row;
             pendingObserver.observe(element);
         } else if (row.markdown) {
             renderMarkdown(content, row);
@@ -214,10 +236,28 @@
         }
     }
 
-    // The text a shown assistant row reads as, without the copy buttons.
+    // The text a shown assistant row reads as, without the copy buttons. A
+    // row out of sight skips layout and would read as nothing: it is laid out
+    // for the reading.
     function reportRenderedText(key, element) {
         const content = element.querySelector('.content');
         if (!content || !bridge || content.classList.contains('pending')) return;
+        element.style.contentVisibility = 'visible';
+        try {
+            sendRenderedText(key, element, content);
+        } finally {
+            element.style.contentVisibility = '';
+        }
+    }
+
+    function sendRenderedText(key, element, content) {
+        if (element.stream) {
+            // Only what changed since the last report: the finished start of
+            // a streamed message stays.
+            const change = element.stream.renderedTextChange();
+            bridge.renderedContentTailHandler(key, change.kept, encodeBase64(change.more));
+            return;
+        }
         const buttons = content.querySelectorAll('.copy-code');
         buttons.forEach((b) => { b.hidden = true; });
         const text = content.innerText;
@@ -225,16 +265,43 @@
         bridge.renderedContentHandler(key, encodeBase64(text));
     }
 
-    function draw(key, row, lazy) {
+    // After the next frame is painted: the rendered text of the rows that
+    // changed, the heights that changed, and how many updates the frame shows
+    // with the last row's key.
+    function afterPaint() {
+        if (frameDue) return;
+        frameDue = true;
+        requestAnimationFrame(() => setTimeout(() => {
+            frameDue = false;
+            for (const key of textsDue) {
+                const element = elements.get(key);
+                if (element) reportRenderedText(key, element);
+            }
+            textsDue.clear();
+            if (!bridge) return;
+            if (Object.keys(heightsDue).length) bridge.sizesChangeHandler(heightsDue);
+            heightsDue = {};
+            const last = rowsElement.lastElementChild;
+            bridge.painted(applied, last ? last.dataset.key : '');
+        }, 0));
+    }
+
+    function textChanged(key) {
+        textsDue.add(key);
+        afterPaint();
+    }
+
+    function draw(key, row, lazy, adopted) {
         const element = document.createElement('div');
         element.className = 'row ' + row.kind;
         element.dataset.key = key;
+        element.row = row;
         switch (row.kind) {
         case 'user':
             drawUser(element, key, row);
             break;
         case 'assistant':
-            drawAssistant(element, key, row, lazy);
+            drawAssistant(element, key, row, lazy, adopted);
             break;
         case 'divider': {
             element.setAttribute('role', 'separator');
@@ -294,8 +361,9 @@
             const height = entry.target.getBoundingClientRect().height;
             if (heights.get(key) === height) continue;
             heights.set(key, height);
-            if (bridge) bridge.sizeChangeHandler(key, height);
+            heightsDue[key] = height;
         }
+        afterPaint();
     });
 
     function nearBottom() {
@@ -305,13 +373,98 @@
 
     // {order: [keys], rows: {key: row}}: the rows in order, and the content of
     // those that are new or changed. Rows not in the order go.
+    function sameButText(a, b) {
+        return JSON.stringify(Object.assign({}, a, { text: '' })) ===
+               JSON.stringify(Object.assign({}, b, { text: '' }));
+    }
+
+    // The streamed row grows in place when only its text grew.
+    function grow(element, row) {
+        const stream = element.stream;
+        if (!stream || row.kind !== 'assistant' || !row.markdown || !element.row ||
+            !sameButText(element.row, row) || !stream.canGrowTo(row.text, renderer(row.math)))
+            return false;
+        stream.update(row.text);
+        element.row = row;
+        return true;
+    }
+
+    // The content a finished message can take over from the streamed row
+    // that it replaces, when that drawing equals a render of its text.
+    function adoptable(row, keep) {
+        const live = elements.get('live');
+        if (!live || keep.has('live') || !live.stream || row.kind !== 'assistant' ||
+            !row.markdown || !live.stream.drawsWhole(row.text, renderer(row.math)))
+            return null;
+        const content = live.querySelector('.content');
+        live.stream = null;
+        return content;
+    }
+
+    // A long chat draws its last rows at once and the others afterwards, a
+    // slice at a time between frames, nearest the end first.
+    const shownFirst = 40;
+    const waiting = new Map();    // row key -> row not drawn yet
+    let order = [];               // the rows in order, as last sent
+    let drainDue = false;
+
+    function placeRows() {
+        let previous = null;
+        for (const key of order) {
+            const element = elements.get(key);
+            if (!element) continue;
+            const expected = previous ? previous.nextSibling : rowsElement.firstChild;
+            if (expected !== element) rowsElement.insertBefore(element, expected);
+            previous = element;
+        }
+    }
+
+    function drainSlice() {
+        drainDue = false;
+        const stick = nearBottom();
+        const started = performance.now();
+        for (let i = order.length - 1; i >= 0 && performance.now() - started < 8; --i) {
+            const key = order[i];
+            const row = waiting.get(key);
+            if (!row) continue;
+            waiting.delete(key);
+            const element = draw(key, row, true);
+            elements.set(key, element);
+            resizeObserver.observe(element);
+        }
+        placeRows();
+        if (stick) document.scrollingElement.scrollTop = document.scrollingElement.scrollHeight;
+        scheduleDrain();
+    }
+
+    function scheduleDrain() {
+        if (drainDue || !waiting.size) return;
+        drainDue = true;
+        setTimeout(drainSlice, 0);
+    }
+
     function apply(payload) {
         const stick = nearBottom();
+        order = payload.order;
         const position = new Map(payload.order.map((key, index) => [key, index]));
+        const keep = new Set(payload.order);
         const eager = payload.order.length - 6;
-        for (const [key, row] of Object.entries(payload.rows || {})) {
+        const rows = Object.entries(payload.rows || {});
+        const fresh = rows.filter(([key]) => !elements.has(key)).length;
+        const defer = fresh > 2 * shownFirst ? payload.order.length - shownFirst : -1;
+        ++applied;
+        for (const [key, row] of rows) {
+            if (waiting.has(key) || (position.get(key) < defer && !elements.has(key))) {
+                waiting.set(key, row);
+                continue;
+            }
             const old = elements.get(key);
-            const element = draw(key, row, key !== 'live' && position.get(key) < eager);
+            if (old && grow(old, row)) {
+                if (row.kind === 'assistant') textChanged(key);
+                continue;
+            }
+            const adopted = old ? null : adoptable(row, keep);
+            const element = draw(key, row, key !== 'live' && position.get(key) < eager, adopted);
             if (old) {
                 resizeObserver.unobserve(old);
                 pendingObserver.unobserve(old);
@@ -320,7 +473,6 @@
             elements.set(key, element);
             resizeObserver.observe(element);
         }
-        const keep = new Set(payload.order);
         for (const [key, element] of elements) {
             if (keep.has(key)) continue;
             resizeObserver.unobserve(element);
@@ -329,17 +481,14 @@
             elements.delete(key);
             heights.delete(key);
         }
-        let previous = null;
-        for (const key of payload.order) {
-            const element = elements.get(key);
-            if (!element) continue;
-            const expected = previous ? previous.nextSibling : rowsElement.firstChild;
-            if (expected !== element) rowsElement.insertBefore(element, expected);
-            previous = element;
+        for (const key of waiting.keys())
+            if (!keep.has(key)) waiting.delete(key);
+        placeRows();
+        for (const [key, row] of rows) {
+            if (row.kind === 'assistant') textChanged(key);
         }
-        for (const [key, row] of Object.entries(payload.rows || {})) {
-            if (row.kind === 'assistant') reportRenderedText(key, elements.get(key));
-        }
+        afterPaint();
+        scheduleDrain();
         if (stick) document.scrollingElement.scrollTop = document.scrollingElement.scrollHeight;
     }
 
@@ -351,8 +500,20 @@
             document.getElementById('code-theme').href = 'lib/styles/' + theme + '.min.css';
     }
 
+    // A row sent as {grow: more} is the row the page has with `more` added to
+    // its text.
+    function expand(payload) {
+        for (const [key, row] of Object.entries(payload.rows || {})) {
+            if (row.grow === undefined) continue;
+            const old = elements.has(key) ? elements.get(key).row : waiting.get(key);
+            if (old) payload.rows[key] = Object.assign({}, old, { text: old.text + row.grow });
+            else delete payload.rows[key];
+        }
+        return payload;
+    }
+
     window.transcript = {
-        apply: (base64) => apply(JSON.parse(decodeBase64(base64))),
+        apply: (base64) => apply(expand(JSON.parse(decodeBase64(base64)))),
         setStyle: (stylesheetBase64, light, dark, isDark) => {
             style = { stylesheet: decodeBase64(stylesheetBase64), light: light || 'github',
                       dark: dark || 'github-dark', isDark: !!isDark };

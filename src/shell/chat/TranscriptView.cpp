@@ -12,15 +12,16 @@
 #include <QPalette>
 #include <QTimer>
 #include <QVBoxLayout>
-#include <QWebChannel>
 #include <QWebEngineView>
 #include <iostream>
+#include <optional>
 
 #include "conversation/MessageStylesheet.h"
 #include "conversation/TranscriptRows.h"
 #include "shell/chat/transcript/MessageEditDialog.h"
 #include "shell/chat/transcript/TranscriptBridge.h"
 #include "shell/chat/transcript/TranscriptPage.h"
+#include "shell/chat/transcript/TranscriptPagePool.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -31,6 +32,25 @@ QString base64(const std::string& text) {
     return QString::fromLatin1(QByteArray::fromStdString(text).toBase64());
 }
 
+// What `now` adds to the text of `before` when nothing else of the row
+// changed; nothing when the row changed otherwise.
+std::optional<std::string> grownText(const nlohmann::ordered_json& before,
+                                     const nlohmann::ordered_json& now) {
+    if (!before.is_object() || !now.is_object() || before.size() != now.size()) return {};
+    const auto was = before.find("text");
+    const auto is = now.find("text");
+    if (was == before.end() || is == now.end() || !was->is_string() || !is->is_string()) return {};
+    for (auto it = now.begin(); it != now.end(); ++it) {
+        if (it.key() == "text") continue;
+        const auto other = before.find(it.key());
+        if (other == before.end() || *other != it.value()) return {};
+    }
+    const auto& old = was->get_ref<const std::string&>();
+    const auto& text = is->get_ref<const std::string&>();
+    if (text.size() <= old.size() || text.compare(0, old.size(), old) != 0) return {};
+    return text.substr(old.size());
+}
+
 }  // namespace
 
 TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent)
@@ -38,9 +58,8 @@ TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, 
       chat_(std::move(chat)),
       preferences_(preferences),
       view_(new QWebEngineView(this)),
-      page_(new TranscriptPage(view_)),
-      bridge_(new TranscriptBridge(this)),
-      channel_(new QWebChannel(this)) {
+      page_(TranscriptPagePool::forDefaultProfile().take(view_)),
+      bridge_(page_->bridge()) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(view_);
@@ -48,21 +67,9 @@ TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, 
     view_->setContextMenuPolicy(Qt::NoContextMenu);
     view_->setAccessibleName(tr("Messages"));
     page_->setBackgroundColor(palette().color(QPalette::Base));
-    channel_->registerObject(QStringLiteral("bridge"), bridge_);
-    page_->setWebChannel(channel_);
 
-    connect(page_, &QWebEnginePage::loadStarted, this, [this] {
-        ++pageLoads_;
-        ready_ = false;
-    });
-    connect(bridge_, &TranscriptBridge::pageReady, this, [this] {
-        ready_ = true;
-        sent_.clear();
-        sentOrder_.clear();
-        pushStyle();
-        push();
-        emit pageReady();
-    });
+    connect(page_, &QWebEnginePage::loadStarted, this, [this] { ready_ = false; });
+    connect(bridge_, &TranscriptBridge::pageReady, this, &TranscriptView::start);
     connect(bridge_, &TranscriptBridge::sizeChanged, this, [this](const QString& key, double h) {
         auto& height = heights_[key];
         if (height != h) height = h;
@@ -71,6 +78,19 @@ TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, 
             [this](const QString& key, const QString& text) {
                 rendered_[key] = text;
                 emit rowRendered(key);
+            });
+    connect(bridge_, &TranscriptBridge::renderedTail, this,
+            [this](const QString& key, int kept, const QString& tail) {
+                auto& text = rendered_[key];
+                if (kept > text.size()) return;
+                text.truncate(kept);
+                text += tail;
+                emit rowRendered(key);
+            });
+    connect(bridge_, &TranscriptBridge::framePainted, this,
+            [this](int updates, const QString& lastKey) {
+                paintedUpdates_ = updates;
+                emit framePainted(updates, lastKey);
             });
     connect(bridge_, &TranscriptBridge::copyRequested, this,
             [](const QString& text) { QApplication::clipboard()->setText(text); });
@@ -87,7 +107,21 @@ TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, 
         pushStyle();
         schedule();
     });
-    page_->load(TranscriptPage::documentUrl());
+    // A page that a pool loaded ahead is ready now.
+    if (bridge_->isReady()) start();
+}
+
+void TranscriptView::start() {
+    ready_ = true;
+    sent_.clear();
+    sentOrder_.clear();
+    pushStyle();
+    push();
+    emit pageReady();
+}
+
+int TranscriptView::pageLoads() const {
+    return page_->loads();
 }
 
 double TranscriptView::rowHeight(const QString& key) const {
@@ -154,13 +188,22 @@ void TranscriptView::push() {
         keys.push_back(row.key);
         order.push_back(row.key);
         auto it = sent_.find(row.key);
-        if (it == sent_.end() || it->second != row.content) changed[row.key] = row.content;
+        if (it == sent_.end()) {
+            changed[row.key] = row.content;
+        } else if (it->second != row.content) {
+            // A streamed row sends only what its text gained.
+            if (auto more = grownText(it->second, row.content))
+                changed[row.key] = {{"grow", std::move(*more)}};
+            else
+                changed[row.key] = row.content;
+        }
         now[row.key] = row.content;
     }
     if (changed.empty() && keys == sentOrder_) return;
     sent_ = std::move(now);
     sentOrder_ = std::move(keys);
     const nlohmann::ordered_json payload = {{"order", order}, {"rows", changed}};
+    ++updatesSent_;
     page_->runJavaScript(
         QStringLiteral("window.transcript.apply('%1')")
             .arg(base64(payload.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace))));

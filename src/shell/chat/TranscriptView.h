@@ -10,7 +10,6 @@
 #include "conversation/ChatListViewModel.h"
 #include "runtime/ObserverList.h"
 
-class QWebChannel;
 class QWebEngineView;
 
 namespace folvane {
@@ -21,8 +20,9 @@ class TranscriptPage;
 struct Message;
 
 // The messages of one chat: one web page holding every row, redrawn from the
-// chat's state. Only the rows that changed go to the page, so that a streamed
-// reply costs one parse of the growing message; the page is never reloaded.
+// chat's state. Only the rows that changed go to the page, and a streamed
+// reply redraws only its unfinished last blocks; the page is never reloaded.
+// The page comes loaded from the web profile's pool when one is waiting.
 class TranscriptView final : public QWidget {
     Q_OBJECT
   public:
@@ -32,18 +32,26 @@ class TranscriptView final : public QWidget {
     double rowHeight(const QString& key) const;
     QString renderedText(const QString& key) const;
     // How many times the page has loaded its document (once, when all is well).
-    int pageLoads() const { return pageLoads_; }
+    int pageLoads() const;
+    // Updates sent to the page, and how many of them its last painted frame
+    // showed.
+    int updatesSent() const { return updatesSent_; }
+    int paintedUpdates() const { return paintedUpdates_; }
     bool isPageReady() const { return ready_; }
     QWebEngineView* webView() const { return view_; }
 
   signals:
     void pageReady();
     void rowRendered(const QString& key);
+    // The page painted a frame showing `updates` updates; `lastKey` is the
+    // key of its last row.
+    void framePainted(int updates, const QString& lastKey);
 
   protected:
     void changeEvent(QEvent* event) override;
 
   private:
+    void start();
     void schedule();
     void push();
     void pushStyle();
@@ -60,10 +68,10 @@ class TranscriptView final : public QWidget {
     QWebEngineView* view_;
     TranscriptPage* page_;
     TranscriptBridge* bridge_;
-    QWebChannel* channel_;
     bool ready_ = false;
     bool scheduled_ = false;
-    int pageLoads_ = 0;
+    int updatesSent_ = 0;
+    int paintedUpdates_ = 0;
     // The rows as the page has them, by key, and their order.
     std::map<std::string, nlohmann::ordered_json> sent_;
     std::vector<std::string> sentOrder_;

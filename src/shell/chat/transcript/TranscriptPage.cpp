@@ -1,12 +1,16 @@
 #include "shell/chat/transcript/TranscriptPage.h"
 
 #include <QDesktopServices>
+#include <QWebChannel>
 #include <QWebEngineSettings>
 #include <iostream>
 
+#include "shell/chat/transcript/TranscriptBridge.h"
+
 namespace folvane {
 
-TranscriptPage::TranscriptPage(QObject* parent) : QWebEnginePage(parent) {
+TranscriptPage::TranscriptPage(QObject* parent)
+    : QWebEnginePage(parent), bridge_(new TranscriptBridge(this)), channel_(new QWebChannel(this)) {
     auto* s = settings();
     s->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, false);
     s->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
@@ -14,6 +18,13 @@ TranscriptPage::TranscriptPage(QObject* parent) : QWebEnginePage(parent) {
     s->setAttribute(QWebEngineSettings::PluginsEnabled, false);
     s->setAttribute(QWebEngineSettings::PdfViewerEnabled, false);
     s->setAttribute(QWebEngineSettings::FocusOnNavigationEnabled, false);
+    channel_->registerObject(QStringLiteral("bridge"), bridge_);
+    setWebChannel(channel_);
+    connect(this, &QWebEnginePage::loadStarted, this, [this] {
+        ++loads_;
+        bridge_->reset();
+    });
+    load(documentUrl());
 }
 
 QUrl TranscriptPage::documentUrl() {
