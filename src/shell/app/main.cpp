@@ -16,9 +16,11 @@
 #include "platform/Log.h"
 #include "providers/OpenRouterCatalogue.h"
 #include "shell/app/ColorSchemePalette.h"
+#include "shell/app/FirstPaintExit.h"
 #include "shell/app/QtMainQueue.h"
 #include "shell/app/SingleInstance.h"
 #include "shell/app/WindowManager.h"
+#include "shell/start/StartWindow.h"
 #include "store/AppPreferences.h"
 #include "store/FatalError.h"
 
@@ -106,6 +108,7 @@ int main(int argc, char** argv) {
                      [&windows](const QStringList& paths) { windows.openFiles(paths); });
 
     windows.showWelcome();
+    if (folvane::FirstPaintExit::isRequested()) new folvane::FirstPaintExit(windows.startWindow());
     const std::jthread catalogue = fetchOpenRouterCatalogue(core);
     if (!files.isEmpty()) {
         QTimer::singleShot(0, &windows, [&windows, files] { windows.openFiles(files); });
