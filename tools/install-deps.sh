@@ -23,6 +23,9 @@ packages=(
     # server with a window manager for the tests that drive the real window
     qt6-base-dev qt6-webengine-dev qt6-webchannel-dev qt6-qpa-plugins libgl-dev
     xvfb xauth xdotool openbox imagemagick
+    # the desktop's accessibility bus, and Python's bindings to it, for the
+    # test that drives the window as a screen reader does
+    at-spi2-core python3 python3-pyatspi gir1.2-atspi-2.0
 )
 
 # Node.js runs npm for the pinned build assets below; any recent version will do.

@@ -3,15 +3,19 @@
 #include <QAction>
 #include <QApplication>
 #include <QMessageBox>
+#include <QTimer>
 
 #include "conversation/AppCore.h"
+#include "conversation/ChatListViewModel.h"
 #include "platform/FileUrl.h"
 #include "shell/chat/ChatWindow.h"
 #include "shell/start/StartWindow.h"
 
 namespace folvane {
 
-WindowManager::WindowManager(AppCore& core, QObject* parent) : QObject(parent), core_(core) {}
+WindowManager::WindowManager(AppCore& core, QObject* parent) : QObject(parent), core_(core) {
+    chatListSubscription_ = core_.chatList().subscribe([this] { closeRemovedChats(); });
+}
 
 WindowManager::~WindowManager() {
     for (auto& [id, window] : chats_) delete window.data();
@@ -39,6 +43,20 @@ void WindowManager::openChat(int64_t conversationId) {
     slot->show();
     slot->raise();
     slot->activateWindow();
+}
+
+void WindowManager::closeRemovedChats() {
+    // Only a chat that was listed and is listed no more is gone: a chat just
+    // made may open its window before the list shows it.
+    std::set<int64_t> listed;
+    for (const auto& chat : core_.chatList().state().chats) listed.insert(chat.id());
+    for (const int64_t id : listedChats_) {
+        if (listed.count(id)) continue;
+        if (ChatWindow* window = chatWindow(id)) {
+            QTimer::singleShot(0, window, [window] { window->close(); });
+        }
+    }
+    listedChats_ = std::move(listed);
 }
 
 void WindowManager::addQuitAction(QWidget* window) {

@@ -5,7 +5,9 @@
 #include <QStringList>
 #include <cstdint>
 #include <map>
+#include <set>
 
+#include "runtime/ObserverList.h"
 #include "shell/app/AppState.h"
 
 namespace folvane {
@@ -38,11 +40,15 @@ class WindowManager final : public QObject {
   private:
     // Quit (Ctrl+Q) in every window the manager opens.
     void addQuitAction(QWidget* window);
+    // A chat deleted while its window is open takes the window with it.
+    void closeRemovedChats();
 
     AppCore& core_;
     AppState appState_;
     QPointer<StartWindow> start_;
     std::map<int64_t, QPointer<ChatWindow>> chats_;
+    std::set<int64_t> listedChats_;
+    Subscription chatListSubscription_;
 };
 
 }  // namespace folvane

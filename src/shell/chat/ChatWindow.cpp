@@ -3,12 +3,15 @@
 #include <QCloseEvent>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -50,7 +53,11 @@ ChatWindow::ChatWindow(int64_t conversationId, WindowManager& windows, QWidget* 
     : QMainWindow(parent), conversationId_(conversationId), windows_(windows) {
     auto& preferences = windows_.core().preferences();
     const auto size = preferences.defaultChatWindowSize();
-    resize(int(size.width), int(size.height));
+    // The stored size, kept inside the screen with room for the frame.
+    QSize wanted(int(size.width), int(size.height));
+    if (const auto* screen = QGuiApplication::primaryScreen())
+        wanted = wanted.boundedTo(screen->availableSize() * 0.9);
+    resize(wanted);
     setWindowTitle(QStringLiteral("Chat"));
     pages_ = new QStackedWidget(this);
     pages_->addWidget(makeFailurePage(pages_, [this] { reload(); }));
@@ -141,11 +148,24 @@ void ChatWindow::build() {
         if (auto* button = toolbar->widgetForAction(action)) button->setFocusPolicy(Qt::TabFocus);
     }
 
-    subscription_ = chat_->subscribe([this] { updateTitle(); });
+    customModelId_ = chat_->state().conversation.customModelId;
+    subscription_ = chat_->subscribe([this] {
+        updateTitle();
+        loadIndexForNewModel();
+    });
     chat_->trigger(chat_input::Sync{});
     chat_->trigger(chat_input::LoadIndex{});
     updateTitle();
     compose_->textEdit()->setFocus();
+}
+
+void ChatWindow::loadIndexForNewModel() {
+    // A chat without an OpenAI key cannot read its documents until it is given
+    // a model of its own; choosing one loads them, as saving a key does.
+    const int64_t id = chat_->state().conversation.customModelId;
+    if (id == customModelId_) return;
+    customModelId_ = id;
+    QTimer::singleShot(0, this, [this] { chat_->trigger(chat_input::LoadIndex{}); });
 }
 
 QDialog* ChatWindow::configDialog() {

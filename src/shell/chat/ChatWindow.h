@@ -49,10 +49,12 @@ class ChatWindow final : public QMainWindow {
   private:
     void build();
     void updateTitle();
+    void loadIndexForNewModel();
     void applyAlwaysOnTop();
     void askForKey();
 
     int64_t conversationId_;
+    int64_t customModelId_ = 0;
     WindowManager& windows_;
     std::optional<ChatDetailRef> chat_;
     std::unique_ptr<CustomModelListViewModel> customModels_;

@@ -1,6 +1,7 @@
 #include "shell/start/StartWindow.h"
 
 #include <QAction>
+#include <QContextMenuEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
@@ -116,6 +117,12 @@ bool StartWindow::eventFilter(QObject* watched, QEvent* event) {
     if (watched == list_ && event->type() == QEvent::KeyPress &&
         static_cast<QKeyEvent*>(event)->matches(QKeySequence::Delete) && !delegate_->isEditing()) {
         if (const int64_t id = currentId()) confirmDelete(id);
+        return true;
+    }
+    // The menu key opens the menu of the selected row, where the row stands.
+    if (watched == list_ && event->type() == QEvent::ContextMenu &&
+        static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard) {
+        if (auto* item = list_->currentItem()) showRowMenu(list_->visualItemRect(item).center());
         return true;
     }
     return QMainWindow::eventFilter(watched, event);
