@@ -222,6 +222,10 @@ class DocumentPaneTest : public QObject {
             {QString::fromStdString(path.string()), QString::fromStdString(other.string())});
         ChatWindow* window = shell.windows.chatWindow(id);
         QVERIFY(window && window->documentPane());
+        // The stored window size, more than the offscreen screen (800 by 600)
+        // lets a new window take: the three pages then do not all fit, and
+        // the match's page becomes the current one.
+        window->resize(1000, 600);
         DocumentPane& pane = *window->documentPane();
         QTRY_VERIFY(pane.view());
 
