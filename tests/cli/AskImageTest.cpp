@@ -1,12 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "chat/AppChatService.h"
-#include "store/AppPreferences.h"
-#include "store/SqliteConnection.h"
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/ScriptedChatServer.h"
-#include "support/TempDir.h"
 #include "support/TestImage.h"
 #include "support/TestPdf.h"
 
@@ -17,36 +13,16 @@ using ::testing::HasSubstr;
 
 // `ask --image` end to end: the built CLI, a chat on a PDF made here, a
 // scripted server on the loopback as the chat's custom model.
-class AskImageTest : public ::testing::Test {
+class AskImageTest : public test::CliUser {
   protected:
-    test::TempDir home;
     test::LoopbackServer server;
     std::string chatId;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
 
     void SetUp() override {
         const std::string path = home / "paper.pdf";
         test::writeFile(path, test::makePdf({"A chart of the hash rate."}));
-        const auto opened = cli({"open", path});
-        ASSERT_EQ(opened.exitCode, 0) << opened.err;
-        chatId = opened.out.substr(0, opened.out.find('\n'));
-
-        AppPreferences preferences;
-        AppChatService service(SqliteConnection::open(home / "data/co.tessavel.Folvane/db.sqlite3"),
-                               preferences);
-        CustomModel custom;
-        custom.provider = "Ollama";
-        custom.name = "Scripted";
-        custom.apiEndpoint = server.baseURL();
-        custom.modelId = "gpt-4";
-        custom.contextLength = 16000;
-        service.updateCustomModelId(std::stoll(chatId), service.insertCustomModel(custom));
+        chatId = openChat(path);
+        answerFrom(chatId, server.baseURL());
     }
 };
 

@@ -3,11 +3,9 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/ReadOnlyPath.h"
-#include "support/TempDir.h"
 
 namespace folvane {
 namespace {
@@ -16,32 +14,13 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-// A new user for each test (the seed's demo chat is chat 1 with two
-// messages), and no Secret Service on the bus.
-class ChatListCliTest : public ::testing::Test {
+// The seed's demo chat is chat 1 with two messages.
+class ChatListCliTest : public test::CliUser {
   protected:
-    test::TempDir home;
-    std::string configDir = home / "config/co.tessavel.Folvane";
-
-    test::CliResult cli(const std::vector<std::string>& args, const std::string& input = "",
-                        const std::string& workingDirectory = "") {
-        return test::runCli(args,
-                            {{"HOME", home.path().string()},
-                             {"XDG_DATA_HOME", home / "data"},
-                             {"XDG_CONFIG_HOME", home / "config"},
-                             {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}},
-                            input, workingDirectory);
-    }
-
-    // Each line of a --json listing.
     std::vector<nlohmann::json> jsonLines(const std::vector<std::string>& args) {
         const auto result = cli(args);
         EXPECT_EQ(result.exitCode, 0) << result.err;
-        std::vector<nlohmann::json> lines;
-        std::istringstream in(result.out);
-        for (std::string line; std::getline(in, line);)
-            lines.push_back(nlohmann::json::parse(line));
-        return lines;
+        return CliUser::jsonLines(result.out);
     }
 
     nlohmann::json settings() {
@@ -192,7 +171,6 @@ TEST_F(ChatListCliTest, ModelsAddRefusesWhatTheFormWouldRefuse) {
 
 TEST_F(ChatListCliTest, AStoreThatCannotBeWrittenRefusesEveryChangeWithTheCause) {
     ASSERT_EQ(cli({"chats"}).exitCode, 0);
-    const std::string dataDir = home / "data/co.tessavel.Folvane";
     const std::string pdf = home / "paper.pdf";
     test::writeFile(pdf, "%PDF-1.4\n% a document\n");
     const std::string firstMessage =

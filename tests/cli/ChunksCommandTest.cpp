@@ -1,28 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "support/CliRunner.h"
-#include "support/TempDir.h"
+#include "support/CliUser.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
 namespace {
 
-class ChunksCommandTest : public ::testing::Test {
+class ChunksCommandTest : public test::CliUser {
   protected:
-    test::TempDir home;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
-
     // Page 1 is short; page 2 has 60 lines of 12 words, over 700 tokens.
     std::string writeTwoPagePdf() {
         std::vector<std::string> longPage;
@@ -41,9 +29,7 @@ TEST_F(ChunksCommandTest, PrintsEachChunkAsAJsonLine) {
     const test::CliResult result = cli({"chunks", writeTwoPagePdf(), "--json"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
 
-    std::vector<nlohmann::json> rows;
-    std::istringstream lines(result.out);
-    for (std::string line; std::getline(lines, line);) rows.push_back(nlohmann::json::parse(line));
+    const auto rows = jsonLines(result.out);
     ASSERT_EQ(rows.size(), 3u) << result.out;
     EXPECT_EQ(rows[0]["page"], 1);
     EXPECT_EQ(rows[1]["page"], 2);

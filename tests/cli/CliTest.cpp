@@ -7,31 +7,15 @@
 #include "documents/DocumentDigest.h"
 #include "platform/FileUrl.h"
 #include "store/SqliteConnection.h"
-#include "support/CliRunner.h"
-#include "support/TempDir.h"
+#include "support/CliUser.h"
 
 namespace folvane {
 namespace {
 
 using ::testing::HasSubstr;
 
-// Each test is a new user: empty data and settings folders, and no Secret
-// Service on the bus.
-class CliTest : public ::testing::Test {
+class CliTest : public test::CliUser {
   protected:
-    test::TempDir home;
-    std::string dataDir = home / "data/co.tessavel.Folvane";
-    std::string configDir = home / "config/co.tessavel.Folvane";
-
-    test::CliResult cli(const std::vector<std::string>& args, const std::string& input = "") {
-        return test::runCli(args,
-                            {{"HOME", home.path().string()},
-                             {"XDG_DATA_HOME", home / "data"},
-                             {"XDG_CONFIG_HOME", home / "config"},
-                             {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}},
-                            input);
-    }
-
     std::string pdf(const std::string& name, const std::string& body = "a document") {
         const std::string path = home / name;
         test::writeFile(path, "%PDF-1.4\n% " + body + "\n");

@@ -4,8 +4,7 @@
 #include <vector>
 
 #include "store/SqliteConnection.h"
-#include "support/CliRunner.h"
-#include "support/TempDir.h"
+#include "support/CliUser.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -13,17 +12,8 @@ namespace {
 
 // The index and document commands end to end, on the on-device embedder. A
 // chat with a custom model needs no API key to be indexed.
-class DocumentCommandsTest : public ::testing::Test {
+class DocumentCommandsTest : public test::CliUser {
   protected:
-    test::TempDir home;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
-
     std::string pdf(const std::string& name, int pages) {
         std::vector<std::string> texts;
         for (int page = 1; page <= pages; ++page) {
@@ -34,7 +24,7 @@ class DocumentCommandsTest : public ::testing::Test {
         return home / name;
     }
 
-    std::string database() { return home / "data/co.tessavel.Folvane/db.sqlite3"; }
+    std::string database() { return dataDir + "/db.sqlite3"; }
 
     // Opens the files in a new chat given a custom model; gives the chat id.
     std::string openChat(const std::vector<std::string>& files) {

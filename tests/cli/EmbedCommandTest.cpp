@@ -1,34 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <regex>
-#include <sstream>
 #include <string>
-#include <vector>
 
-#include "support/CliRunner.h"
-#include "support/TempDir.h"
+#include "support/CliUser.h"
 
 namespace folvane {
 namespace {
 
-class EmbedCommandTest : public ::testing::Test {
-  protected:
-    test::TempDir home;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
-
-    static std::vector<std::string> lines(const std::string& text) {
-        std::vector<std::string> out;
-        std::istringstream in(text);
-        for (std::string line; std::getline(in, line);) out.push_back(line);
-        return out;
-    }
-};
+class EmbedCommandTest : public test::CliUser {};
 
 TEST_F(EmbedCommandTest, PrintsTheModelTheDimensionAndTheFirstValues) {
     const auto result = cli({"embed", "--model", "native", "Where is the invoice total?"});

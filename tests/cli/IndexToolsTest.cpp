@@ -9,9 +9,8 @@
 
 #include "SimilaritySearchKit/DistilbertEmbeddings.h"
 #include "store/SqliteConnection.h"
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/SafetensorsWriter.h"
-#include "support/TempDir.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -21,19 +20,8 @@ using ::testing::HasSubstr;
 
 // The commands that show the index module's other parts: splitters, metrics,
 // index files and the contextual embedder, on a chat indexed here.
-class IndexToolsTest : public ::testing::Test {
+class IndexToolsTest : public test::CliUser {
   protected:
-    test::TempDir home;
-    std::string dataDir = home / "data/co.tessavel.Folvane";
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"XDG_DOCUMENTS_DIR", home / "documents"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
-
     std::string pdf() {
         test::writeFile(home / "tides.pdf",
                         test::makePdf({"The tides rise twice a day along the northern coast.",
@@ -44,19 +32,10 @@ class IndexToolsTest : public ::testing::Test {
 
     // A chat on the PDF with a custom model, so no key is needed.
     std::string openChat() {
-        const auto opened = cli({"open", pdf()});
-        EXPECT_EQ(opened.exitCode, 0) << opened.err;
-        const std::string id = opened.out.substr(0, opened.out.find('\n'));
+        const std::string id = CliUser::openChat(pdf());
         SqliteConnection::open(dataDir + "/db.sqlite3")
             ->execute("UPDATE conversations SET customModelId = 1 WHERE id = " + id);
         return id;
-    }
-
-    static std::vector<std::string> lines(const std::string& text) {
-        std::vector<std::string> out;
-        std::istringstream in(text);
-        for (std::string line; std::getline(in, line);) out.push_back(line);
-        return out;
     }
 };
 

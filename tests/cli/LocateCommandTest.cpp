@@ -6,14 +6,9 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
-#include "chat/AppChatService.h"
-#include "store/AppPreferences.h"
-#include "store/SqliteConnection.h"
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/ScriptedChatServer.h"
-#include "support/TempDir.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -21,53 +16,23 @@ namespace {
 
 using ::testing::HasSubstr;
 
-class LocateCommandTest : public ::testing::Test {
+class LocateCommandTest : public test::CliUser {
   protected:
-    test::TempDir home;
-    std::string dataDir = home / "data/co.tessavel.Folvane";
     std::string pdf = home / "paper.pdf";
     test::LoopbackServer server;
     std::string chatId;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
 
     void SetUp() override {
         test::TestPage cover({"Bitcoin is electronic cash between peers."});
         test::TestPage second({"Mining secures the chain", "with proof of work."}, 16);
         test::writeFile(pdf, test::makePdfWithPages({cover, second}));
-        const auto opened = cli({"open", pdf});
-        ASSERT_EQ(opened.exitCode, 0) << opened.err;
-        chatId = opened.out.substr(0, opened.out.find('\n'));
-
-        AppPreferences preferences;
-        AppChatService service(SqliteConnection::open(dataDir + "/db.sqlite3"), preferences);
-        CustomModel custom;
-        custom.provider = "Ollama";
-        custom.name = "Scripted";
-        custom.apiEndpoint = server.baseURL();
-        custom.modelId = "gpt-4";
-        custom.contextLength = 16000;
-        const int64_t id = std::stoll(chatId);
-        service.updateCustomModelId(id, service.insertCustomModel(custom));
-        service.updateModel(id, "gpt-4");
+        chatId = openChat(pdf);
+        answerFrom(chatId, server.baseURL());
     }
 
-    // The ids of the chat's messages by role, from `messages --json`.
-    std::vector<nlohmann::json> messages() {
-        std::vector<nlohmann::json> rows;
-        std::istringstream lines(cli({"messages", chatId, "--json"}).out);
-        for (std::string line; std::getline(lines, line);)
-            rows.push_back(nlohmann::json::parse(line));
-        return rows;
-    }
-
+    // The id of the chat's first message of the role, from `messages --json`.
     std::string idOf(const std::string& role) {
-        for (const auto& row : messages()) {
+        for (const auto& row : jsonLines(cli({"messages", chatId, "--json"}).out)) {
             if (row["role"] == role) return std::to_string(row["id"].get<int64_t>());
         }
         return "0";

@@ -1,13 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "chat/AppChatService.h"
-#include "platform/FileUrl.h"
-#include "store/AppPreferences.h"
-#include "store/SqliteConnection.h"
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/ScriptedChatServer.h"
-#include "support/TempDir.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -18,40 +13,17 @@ using ::testing::Not;
 
 // The ask family end to end: the built CLI over a fresh data folder, a chat on
 // a PDF made here, answered by a scripted server on the loopback as a custom model.
-class SessionCommandsTest : public ::testing::Test {
+class SessionCommandsTest : public test::CliUser {
   protected:
-    test::TempDir home;
-    std::string dataDir = home / "data/co.tessavel.Folvane";
     test::LoopbackServer server;
     std::string chatId;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        return test::runCli(args, {{"HOME", home.path().string()},
-                                   {"XDG_DATA_HOME", home / "data"},
-                                   {"XDG_CONFIG_HOME", home / "config"},
-                                   {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
 
     void SetUp() override {
         const std::string path = home / "paper.pdf";
         test::writeFile(path, test::makePdf({"Bitcoin is electronic cash between peers.",
                                              "Mining secures the chain with proof of work."}));
-        const auto opened = cli({"open", path});
-        ASSERT_EQ(opened.exitCode, 0) << opened.err;
-        chatId = opened.out.substr(0, opened.out.find('\n'));
-
-        // Point the chat at the scripted server, as a custom model would.
-        AppPreferences preferences;
-        AppChatService service(SqliteConnection::open(dataDir + "/db.sqlite3"), preferences);
-        CustomModel custom;
-        custom.provider = "Ollama";
-        custom.name = "Scripted";
-        custom.apiEndpoint = server.baseURL();
-        custom.modelId = "gpt-4";
-        custom.contextLength = 16000;
-        const int64_t id = std::stoll(chatId);
-        service.updateCustomModelId(id, service.insertCustomModel(custom));
-        service.updateModel(id, "gpt-4");
+        chatId = openChat(path);
+        answerFrom(chatId, server.baseURL());
     }
 };
 

@@ -6,9 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/ReadOnlyPath.h"
-#include "support/TempDir.h"
 
 namespace folvane {
 namespace {
@@ -17,18 +16,14 @@ using json = nlohmann::json;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-class SettingsCommandTest : public ::testing::Test {
+class SettingsCommandTest : public test::CliUser {
   protected:
-    test::TempDir home;
-    std::string settingsFile = home / "config/co.tessavel.Folvane/settings.json";
+    std::string settingsFile = configDir + "/settings.json";
 
     test::CliResult settings(const std::vector<std::string>& args) {
         std::vector<std::string> all{"settings"};
         all.insert(all.end(), args.begin(), args.end());
-        return test::runCli(all, {{"HOME", home.path().string()},
-                                  {"XDG_CONFIG_HOME", home / "config"},
-                                  {"XDG_DATA_HOME", home / "data"},
-                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
+        return cli(all);
     }
 };
 

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "providers/GPTEncoder.h"
-#include "support/CliRunner.h"
+#include "support/CliUser.h"
 #include "support/TempDir.h"
 
 namespace folvane {
@@ -205,18 +205,7 @@ TEST(GPTEncoderTest, ManyThreadsEncodingAtOnceGetTheSameIds) {
 }
 
 // The command line prints what the encoder gives.
-class TokensCommandTest : public ::testing::Test {
-  protected:
-    test::TempDir home;
-
-    test::CliResult cli(const std::vector<std::string>& args, const std::string& input = "") {
-        return test::runCli(args,
-                            {{"HOME", home.path().string()},
-                             {"XDG_DATA_HOME", home / "data"},
-                             {"XDG_CONFIG_HOME", home / "config"}},
-                            input);
-    }
-};
+class TokensCommandTest : public test::CliUser {};
 
 TEST_F(TokensCommandTest, CountsAFileOrStandardInputAndPrintsIds) {
     const std::string text = corpus()[20];
