@@ -3,11 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-#include <sstream>
-
-#include "support/CliRunner.h"
-#include "support/TempDir.h"
+#include "support/CliUser.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -15,26 +11,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-class PagesCommandTest : public ::testing::Test {
-  protected:
-    test::TempDir home;
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        std::vector<std::string> all = {"--data-dir", home / "data"};
-        all.insert(all.end(), args.begin(), args.end());
-        return test::runCli(all, {{"HOME", home.path().string()},
-                                  {"XDG_CONFIG_HOME", home / "config"},
-                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
-    }
-
-    std::vector<nlohmann::json> jsonLines(const std::string& out) {
-        std::vector<nlohmann::json> rows;
-        std::istringstream lines(out);
-        for (std::string line; std::getline(lines, line);)
-            rows.push_back(nlohmann::json::parse(line));
-        return rows;
-    }
-};
+class PagesCommandTest : public test::CliUser {};
 
 TEST_F(PagesCommandTest, PrintsEachPageDocumentWithItsNumberAndHowItWasRead) {
     const std::string longText = "A page whose text layer is long enough to be used.";

@@ -6,8 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "support/CliRunner.h"
-#include "support/TempDir.h"
+#include "support/CliUser.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -15,9 +14,8 @@ namespace {
 
 using ::testing::HasSubstr;
 
-class ViewerCommandsTest : public ::testing::Test {
+class ViewerCommandsTest : public test::CliUser {
   protected:
-    test::TempDir home;
     std::string pdf = home / "doc.pdf";
 
     void SetUp() override {
@@ -25,14 +23,6 @@ class ViewerCommandsTest : public ::testing::Test {
                         test::makePdfWithPages(
                             {test::TestPage({"Nothing here"}),
                              test::TestPage({"A cited passage that runs", "over two lines"}, 20)}));
-    }
-
-    test::CliResult cli(const std::vector<std::string>& args) {
-        std::vector<std::string> all = {"--data-dir", home / "data"};
-        all.insert(all.end(), args.begin(), args.end());
-        return test::runCli(all, {{"HOME", home.path().string()},
-                                  {"XDG_CONFIG_HOME", home / "config"},
-                                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}});
     }
 };
 
