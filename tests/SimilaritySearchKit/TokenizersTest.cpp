@@ -10,7 +10,7 @@
 #include "SimilaritySearchKit/BertTokenizer.h"
 #include "SimilaritySearchKit/NativeTokenizer.h"
 #include "SimilaritySearchKit/WordpieceTokenizer.h"
-#include "platform/Log.h"
+#include "support/LogCapture.h"
 #include "support/TempDir.h"
 
 namespace folvane {
@@ -121,20 +121,19 @@ TEST(BertTokenizerTest, BuildsModelTokensAndInputs) {
 }
 
 TEST(BertTokenizerTest, TruncatesALongSentenceWithALogLine) {
-    std::vector<std::string> lines;
-    setLogSink([&](std::string_view line) { lines.emplace_back(line); });
+    test::LogCapture log;
     const std::vector<int32_t> ids = bert().buildModelTokens(repeat("cat ", 600));
-    setLogSink(nullptr);
 
     ASSERT_EQ(ids.size(), 512u);
     EXPECT_EQ(ids.front(), 101);
     EXPECT_EQ(ids[510], bert().vocab().at("cat"));
     EXPECT_EQ(ids[511], 102);
-    EXPECT_EQ(lines,
+    EXPECT_EQ(log.lines(),
               (std::vector<std::string>{"Input sentence is too long 602 > 512, truncating."}));
 
     // 510 tokens fit exactly, without a log line.
     EXPECT_EQ(bert().buildModelTokens(repeat("cat ", 510))[511], 102);
+    EXPECT_EQ(log.lines().size(), 1u);
 }
 
 TEST(BertTokenizerTest, ReadsIdsFromNonEmptyLinesLastDuplicateWins) {

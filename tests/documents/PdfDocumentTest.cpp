@@ -98,14 +98,10 @@ TEST(PdfDocument, RefusesWhatIsNotAReadablePdfInWordsThatSayWhy) {
     auto ownerOnly = openBytes(dir, "owner.pdf", test::encryptPdf(valid, "", "owner"));
     EXPECT_EQ(ownerOnly->pageText(0), "secret words") << "an empty user password opens";
     EXPECT_FALSE(ownerOnly->wasRepaired());
-}
 
-TEST(PdfDocument, OpensADocumentWithoutPages) {
-    TempDir dir;
-    auto pdf = openBytes(dir, "empty.pdf", test::makePdfWithPages({}));
-    ASSERT_TRUE(pdf);
-    EXPECT_EQ(pdf->pageCount(), 0);
-    EXPECT_FALSE(pdf->hasPage(0));
+    auto pageless = openBytes(dir, "pageless.pdf", test::makePdfWithPages({}));
+    EXPECT_EQ(pageless->pageCount(), 0) << "a document without pages opens";
+    EXPECT_FALSE(pageless->hasPage(0));
 }
 
 TEST(PdfDocument, SurvivesEveryTruncationOfAFile) {
@@ -173,6 +169,13 @@ TEST(PdfDocument, RendersTheMediaBoxOnWhite) {
     ASSERT_TRUE(moved);
     EXPECT_EQ(moved->width, 300);
     EXPECT_EQ(moved->height, 400);
+
+    // A scanned page has no text layer but draws its picture.
+    auto scan = openBytes(dir, "scan.pdf", test::makeScannedPdf({{"Scanned words"}}));
+    EXPECT_EQ(scan->pageText(0), std::nullopt);
+    const auto picture = scan->renderPage(0, 150);
+    ASSERT_TRUE(picture);
+    EXPECT_GT(darkPixels(*picture), 200u);
 }
 
 TEST(PdfDocument, KeepsTheRenderOfAnEnormousPageWithinBounds) {
@@ -198,16 +201,6 @@ TEST(PdfDocument, KeepsTheRenderOfAnEnormousPageWithinBounds) {
     const auto fallback = pdf->renderPage(2, 72);
     ASSERT_TRUE(fallback) << "a page without a usable media box is drawn at letter size";
     EXPECT_EQ(fallback->width, 612);
-}
-
-TEST(PdfDocument, AScannedPageHasNoTextLayerButRendersItsPicture) {
-    TempDir dir;
-    auto pdf = openBytes(dir, "scan.pdf", test::makeScannedPdf({{"Scanned words"}}));
-    ASSERT_TRUE(pdf);
-    EXPECT_EQ(pdf->pageText(0), std::nullopt);
-    const auto image = pdf->renderPage(0, 150);
-    ASSERT_TRUE(image);
-    EXPECT_GT(darkPixels(*image), 200u);
 }
 
 }  // namespace

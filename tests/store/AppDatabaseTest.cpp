@@ -408,21 +408,18 @@ TEST_F(AppDatabaseTest, PointsTheDemoBookmarkAtItsCopyInTheDataDirectory) {
     EXPECT_EQ(seedRow.text(0), AppDatabase::demoBookmarkHash);
 }
 
-TEST_F(AppDatabaseTest, LeavesARowOneThatIsAUsersDocument) {
+TEST_F(AppDatabaseTest, TheDemoStepLeavesARowOneThatIsAUsersAndAddsNoneWhenItIsGone) {
     placeDatabase(5)->execute(
         "UPDATE bookmarks SET hash = '0123456789abcdef0123456789abcdef', "
         "filePath = 'file:///home/u/mine.pdf', data = X'01' WHERE id = 1");
-    auto db = connect();
-    auto row = db->prepare("SELECT filePath, hex(data) FROM bookmarks WHERE id = 1");
+    auto row = connect()->prepare("SELECT filePath, hex(data) FROM bookmarks WHERE id = 1");
     ASSERT_TRUE(row.step());
     EXPECT_EQ(row.text(0), "file:///home/u/mine.pdf");
     EXPECT_EQ(row.text(1), "01");
-}
 
-TEST_F(AppDatabaseTest, WritesNothingWithoutABookmarkRowOne) {
+    fs::remove_all(paths.dataDirectory);
     placeDatabase(5)->execute("DELETE FROM bookmarks WHERE id = 1");
-    auto db = connect();
-    auto count = db->prepare("SELECT count(*) FROM bookmarks");
+    auto count = connect()->prepare("SELECT count(*) FROM bookmarks");
     ASSERT_TRUE(count.step());
     EXPECT_EQ(count.int64(0), 0);
     EXPECT_TRUE(fs::exists(demoPath())) << "the document is still put in place";
