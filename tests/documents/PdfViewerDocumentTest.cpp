@@ -1,20 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "documents/DocumentError.h"
-#include "documents/PdfViewerDocument.h"
+#include "documents/ViewerPdf.h"
 #include "platform/FileBookmark.h"
-#include "support/TempDir.h"
-#include "support/TestPdf.h"
 
 using namespace folvane;
 
 namespace {
 
-std::unique_ptr<PdfViewerDocument> openPdf(const test::TempDir& dir, const std::string& bytes) {
-    const std::string path = dir / "doc.pdf";
-    test::writeFile(path, bytes);
-    return PdfViewerDocument::open(path);
-}
+using test::openPdf;
 
 // The same PDF with entries added to its catalogue. The cross-reference
 // offsets no longer match, which MuPDF repairs when it opens the file.

@@ -5,19 +5,13 @@
 
 #include <thread>
 
-#include "documents/PdfViewerDocument.h"
-#include "support/TempDir.h"
-#include "support/TestPdf.h"
+#include "documents/ViewerPdf.h"
 
 using namespace folvane;
 
 namespace {
 
-std::unique_ptr<PdfViewerDocument> openPdf(const test::TempDir& dir, const std::string& bytes) {
-    const std::string path = dir / "doc.pdf";
-    test::writeFile(path, bytes);
-    return PdfViewerDocument::open(path);
-}
+using test::openPdf;
 
 // Each page shows its own words, so that two pages never draw alike.
 std::vector<test::TestPage> distinctPages(int count) {

@@ -6,19 +6,13 @@
 #include <condition_variable>
 #include <thread>
 
-#include "documents/PdfViewerDocument.h"
-#include "support/TempDir.h"
-#include "support/TestPdf.h"
+#include "documents/ViewerPdf.h"
 
 using namespace folvane;
 
 namespace {
 
-std::unique_ptr<PdfViewerDocument> openPdf(const test::TempDir& dir, const std::string& bytes) {
-    const std::string path = dir / "doc.pdf";
-    test::writeFile(path, bytes);
-    return PdfViewerDocument::open(path);
-}
+using test::openPdf;
 
 const std::vector<std::string> kPage = {
     "The quick brown fox",
