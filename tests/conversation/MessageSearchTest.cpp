@@ -47,23 +47,11 @@ TEST(MessageSearchTest, FindsWithoutCaseAndMarksOnlyTheTypedCase) {
     EXPECT_EQ(messages[0].content, "What is Bitcoin? bitcoin!");  // the originals stay
 }
 
-TEST(PageNavigatorTest, ASendReachesEveryReceiverListeningAndNothingWithoutOne) {
+// Its signals are observer lists (tests/runtime); what is its own is the
+// reference function, which its observers are told of when it is set.
+TEST(PageNavigatorTest, SettingTheReferenceFunctionTellsTheObserversOnce) {
     PageNavigator navigator;
     navigator.goToPage.notify(3, std::nullopt);  // no receiver: nothing happens
-
-    std::vector<std::string> first, second;
-    auto a = navigator.goToPage.subscribe([&](int page, const std::optional<std::string>& text) {
-        first.push_back(std::to_string(page) + text.value_or("-"));
-    });
-    auto b = navigator.goToPage.subscribe([&](int page, const std::optional<std::string>& text) {
-        second.push_back(std::to_string(page) + text.value_or("-"));
-    });
-    navigator.goToPage.notify(2, std::string("chunk"));
-    a.cancel();
-    navigator.goToPage.notify(5, std::nullopt);
-    EXPECT_EQ(first, (std::vector<std::string>{"2chunk"}));
-    EXPECT_EQ(second, (std::vector<std::string>{"2chunk", "5-"}));
-
     int changes = 0;
     auto watch = navigator.subscribe([&] { ++changes; });
     std::optional<int> wentTo;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 
 #include "runtime/BlockingMainQueue.h"
@@ -88,17 +89,26 @@ TEST(BlockingMainQueueTest, RunUntilWaitsForPostsFromOtherThreads) {
 }
 
 TEST(ObserverListTest, AnObserverMayCancelItselfOrAnotherDuringANotification) {
-    ObserverList<int> list;
+    auto list = std::make_unique<ObserverList<int>>();
     std::vector<int> calls;
     Subscription second;
-    Subscription first = list.subscribe([&](int value) {
+    Subscription first = list->subscribe([&](int value) {
         calls.push_back(value);
         second.cancel();
     });
-    second = list.subscribe([&](int value) { calls.push_back(value * 100); });
-    list.notify(1);
-    list.notify(2);
-    EXPECT_EQ(calls, (std::vector<int>{1, 2}));
+    second = list->subscribe([&](int value) { calls.push_back(value * 100); });
+    Subscription self;
+    self = list->subscribe([&](int value) {
+        calls.push_back(value * 10);
+        self.cancel();
+    });
+    list->notify(1);
+    list->notify(2);
+    EXPECT_EQ(calls, (std::vector<int>{1, 10, 2}));
+
+    // A subscription may outlive its list.
+    list.reset();
+    first.cancel();
 }
 
 }  // namespace

@@ -262,24 +262,6 @@ TEST_F(AppPreferencesTest, ObserversHearTheKeyOfEachChangeUntilTheirSubscription
                                    "openAIKey", "lastUpdated"));
 }
 
-TEST_F(AppPreferencesTest, AnObserverMayEndItsSubscriptionWhileBeingTold) {
-    auto preferences = start();
-    int calls = 0;
-    AppPreferences::Subscription self;
-    self = preferences->subscribe([&](std::string_view) {
-        ++calls;
-        self.cancel();
-    });
-    preferences->setAlwaysOnTop(true);
-    preferences->setAlwaysOnTop(false);
-    EXPECT_EQ(calls, 1);
-
-    // A subscription may also outlive the preferences.
-    auto late = preferences->subscribe([](std::string_view) {});
-    preferences.reset();
-    late.cancel();
-}
-
 TEST_F(AppPreferencesTest, TheKeyGoesToTheSecretStoreOnlyAndClearingRemovesTheItem) {
     {
         auto preferences = start();
