@@ -26,18 +26,6 @@ class DocumentCommandsTest : public test::CliUser {
 
     std::string database() { return dataDir + "/db.sqlite3"; }
 
-    // Opens the files in a new chat given a custom model; gives the chat id.
-    std::string openChat(const std::vector<std::string>& files) {
-        std::vector<std::string> args = {"open"};
-        args.insert(args.end(), files.begin(), files.end());
-        const auto opened = cli(args);
-        EXPECT_EQ(opened.exitCode, 0) << opened.err;
-        const std::string id = opened.out.substr(0, opened.out.find('\n'));
-        SqliteConnection::open(database())
-            ->execute("UPDATE conversations SET customModelId = 1 WHERE id = " + id);
-        return id;
-    }
-
     int64_t rowCount(const std::string& where = "1") {
         auto db = SqliteConnection::open(database());
         auto query = db->prepare("SELECT COUNT(*) FROM embeddings WHERE " + where);
@@ -47,7 +35,7 @@ class DocumentCommandsTest : public test::CliUser {
 };
 
 TEST_F(DocumentCommandsTest, IndexEmbedsOnceAndThenLoadsTheRows) {
-    const std::string chat = openChat({pdf("a.pdf", 3)});
+    const std::string chat = openKeylessChat({pdf("a.pdf", 3)});
     auto first = cli({"index", chat});
     ASSERT_EQ(first.exitCode, 0) << first.err;
     EXPECT_NE(first.out.find("\tindexed\tfile://"), std::string::npos) << first.out;
@@ -64,7 +52,7 @@ TEST_F(DocumentCommandsTest, IndexEmbedsOnceAndThenLoadsTheRows) {
 }
 
 TEST_F(DocumentCommandsTest, AddRemoveAndReprocessADocument) {
-    const std::string chat = openChat({pdf("a.pdf", 1)});
+    const std::string chat = openKeylessChat({pdf("a.pdf", 1)});
     auto added = cli({"add-documents", chat, pdf("b.pdf", 2)});
     ASSERT_EQ(added.exitCode, 0) << added.err;
     const std::string bookmark = added.out.substr(0, added.out.find('\t'));
@@ -88,7 +76,7 @@ TEST_F(DocumentCommandsTest, AddRemoveAndReprocessADocument) {
 }
 
 TEST_F(DocumentCommandsTest, StoredRowsThatCannotBeReadFailTheirDocumentWithTheReason) {
-    const std::string chat = openChat({pdf("a.pdf", 1), pdf("b.pdf", 1)});
+    const std::string chat = openKeylessChat({pdf("a.pdf", 1), pdf("b.pdf", 1)});
     ASSERT_EQ(cli({"index", chat}).exitCode, 0);
     std::string bookmark;
     {

@@ -29,14 +29,6 @@ class IndexToolsTest : public test::CliUser {
                                        "Harbour fees are due at the end of each month."}));
         return home / "tides.pdf";
     }
-
-    // A chat on the PDF with a custom model, so no key is needed.
-    std::string openChat() {
-        const std::string id = CliUser::openChat(pdf());
-        SqliteConnection::open(dataDir + "/db.sqlite3")
-            ->execute("UPDATE conversations SET customModelId = 1 WHERE id = " + id);
-        return id;
-    }
 };
 
 TEST_F(IndexToolsTest, EverySplitterCutsThePagesAndKeepsTheirNumbers) {
@@ -64,7 +56,7 @@ TEST_F(IndexToolsTest, EverySplitterCutsThePagesAndKeepsTheirNumbers) {
 }
 
 TEST_F(IndexToolsTest, RetrieveRanksByTheChosenMetric) {
-    const std::string chat = openChat();
+    const std::string chat = openKeylessChat({pdf()});
     for (const char* metric : {"cosine", "dotproduct", "euclidian"}) {
         const auto result = cli({"retrieve", chat, "proof of work mining", "--metric", metric});
         ASSERT_EQ(result.exitCode, 0) << metric << ": " << result.err;
@@ -87,7 +79,7 @@ TEST_F(IndexToolsTest, RetrieveRanksByTheChosenMetric) {
 }
 
 TEST_F(IndexToolsTest, ExportIndexWritesEachFormat) {
-    const std::string chat = openChat();
+    const std::string chat = openKeylessChat({pdf()});
     const auto csv = cli({"export-index", chat});
     ASSERT_EQ(csv.exitCode, 0) << csv.err;
     EXPECT_EQ(csv.out, home / "documents/PDF-Local-Index.csv" + "\n");

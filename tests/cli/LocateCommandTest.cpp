@@ -26,7 +26,7 @@ class LocateCommandTest : public test::CliUser {
         test::TestPage cover({"Bitcoin is electronic cash between peers."});
         test::TestPage second({"Mining secures the chain", "with proof of work."}, 16);
         test::writeFile(pdf, test::makePdfWithPages({cover, second}));
-        chatId = openChat(pdf);
+        chatId = openChat({pdf});
         answerFrom(chatId, server.baseURL());
     }
 

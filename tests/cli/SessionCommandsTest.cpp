@@ -3,6 +3,7 @@
 
 #include "support/CliUser.h"
 #include "support/ScriptedChatServer.h"
+#include "support/TestImage.h"
 #include "support/TestPdf.h"
 
 namespace folvane {
@@ -22,7 +23,7 @@ class SessionCommandsTest : public test::CliUser {
         const std::string path = home / "paper.pdf";
         test::writeFile(path, test::makePdf({"Bitcoin is electronic cash between peers.",
                                              "Mining secures the chain with proof of work."}));
-        chatId = openChat(path);
+        chatId = openChat({path});
         answerFrom(chatId, server.baseURL());
     }
 };
@@ -126,6 +127,35 @@ TEST_F(SessionCommandsTest, RegenerateAndEditSendTheQuestionAgain) {
     const auto unknown = cli({"ask", "999", "Hello?"});
     EXPECT_NE(unknown.exitCode, 0);
     EXPECT_THAT(unknown.err, HasSubstr("No chat has the id 999."));
+}
+
+TEST_F(SessionCommandsTest, AskImageSendsAWebpAndAHeicPictureAsJpeg) {
+    test::serveChatScripts(server, {test::textScript({"Two halves."})});
+    ASSERT_TRUE(test::writeTestImage(home / "shot.webp", test::ImageFormat::webp, 40, 20));
+    ASSERT_TRUE(test::writeTestImage(home / "shot.heic", test::ImageFormat::heic, 40, 20));
+    for (const char* name : {"shot.webp", "shot.heic"}) {
+        const auto asked = cli({"ask", chatId, "What is in it?", "--image", home / name});
+        ASSERT_EQ(asked.exitCode, 0) << name << ": " << asked.err;
+        EXPECT_THAT(asked.out, HasSubstr("Two halves.")) << name;
+    }
+    const auto bodies = test::chatRequestBodies(server);
+    ASSERT_EQ(bodies.size(), 2u);
+    for (const auto& body : bodies) {
+        const auto& content = body["messages"].back()["content"];
+        ASSERT_TRUE(content.is_array()) << body.dump();
+        ASSERT_EQ(content.size(), 2u) << body.dump();
+        EXPECT_THAT(content[1]["image_url"]["url"].get<std::string>(),
+                    ::testing::StartsWith("data:image/jpeg;base64,"));
+    }
+}
+
+TEST_F(SessionCommandsTest, AskImageRefusesAPictureThatCannotBeReadBeforeAnythingIsSent) {
+    test::writeFile(home / "drawing.svg", "<svg xmlns='http://www.w3.org/2000/svg'/>");
+    const auto asked = cli({"ask", chatId, "What is in it?", "--image", home / "drawing.svg"});
+    EXPECT_EQ(asked.exitCode, 1);
+    EXPECT_THAT(asked.err, HasSubstr("“drawing.svg” isn’t a picture that Folvane can read"));
+    EXPECT_TRUE(test::chatRequestBodies(server).empty());
+    EXPECT_THAT(cli({"messages", chatId}).out, ::testing::Not(HasSubstr("What is in it?")));
 }
 
 }  // namespace

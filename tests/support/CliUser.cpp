@@ -19,10 +19,19 @@ CliResult CliUser::cli(const std::vector<std::string>& args, const std::string& 
                   input, workingDirectory);
 }
 
-std::string CliUser::openChat(const std::string& path) const {
-    const auto opened = cli({"open", path});
+std::string CliUser::openChat(const std::vector<std::string>& paths) const {
+    std::vector<std::string> args = {"open"};
+    args.insert(args.end(), paths.begin(), paths.end());
+    const auto opened = cli(args);
     EXPECT_EQ(opened.exitCode, 0) << opened.err;
     return opened.out.substr(0, opened.out.find('\n'));
+}
+
+std::string CliUser::openKeylessChat(const std::vector<std::string>& paths) const {
+    const std::string id = openChat(paths);
+    SqliteConnection::open(dataDir + "/db.sqlite3")
+        ->execute("UPDATE conversations SET customModelId = 1 WHERE id = " + id);
+    return id;
 }
 
 void CliUser::answerFrom(const std::string& chatId, const std::string& baseURL) const {

@@ -22,8 +22,10 @@ class CliUser : public ::testing::Test {
     CliResult cli(const std::vector<std::string>& args, const std::string& input = "",
                   const std::string& workingDirectory = "") const;
 
-    // Opens the document as a new chat and gives the chat's id.
-    std::string openChat(const std::string& path) const;
+    // Opens the documents as a new chat and gives the chat's id.
+    std::string openChat(const std::vector<std::string>& paths) const;
+    // The same chat given a custom model, so that indexing it needs no API key.
+    std::string openKeylessChat(const std::vector<std::string>& paths) const;
 
     // Makes the chat ask a server on the loopback, as an Ollama custom model
     // serving "gpt-4" would.
