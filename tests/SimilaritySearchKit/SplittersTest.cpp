@@ -10,6 +10,7 @@
 #include "SimilaritySearchKit/RecursiveCharacterSplitter.h"
 #include "SimilaritySearchKit/RecursiveTokenSplitter.h"
 #include "SimilaritySearchKit/TokenSplitter.h"
+#include "support/Repeat.h"
 #include "support/TempDir.h"
 
 namespace folvane {
@@ -18,11 +19,7 @@ namespace {
 using Tokens = std::vector<std::string>;
 using Chunks = std::vector<std::string>;
 
-std::string repeat(std::string_view piece, size_t times) {
-    std::string result;
-    for (size_t i = 0; i < times; ++i) result += piece;
-    return result;
-}
+using test::repeat;
 
 // Every byte but a space is a token, so a line end costs one token and the
 // arithmetic of the budgets is easy to follow.

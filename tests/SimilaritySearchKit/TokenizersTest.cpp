@@ -11,6 +11,7 @@
 #include "SimilaritySearchKit/NativeTokenizer.h"
 #include "SimilaritySearchKit/WordpieceTokenizer.h"
 #include "support/LogCapture.h"
+#include "support/Repeat.h"
 #include "support/TempDir.h"
 
 namespace folvane {
@@ -18,11 +19,7 @@ namespace {
 
 using Tokens = std::vector<std::string>;
 
-std::string repeat(std::string_view piece, size_t times) {
-    std::string result;
-    for (size_t i = 0; i < times; ++i) result += piece;
-    return result;
-}
+using test::repeat;
 
 // The tokenizer over the vocabulary that the build makes, shared by the tests.
 const BertTokenizer& bert() {

@@ -9,6 +9,7 @@
 #include "documents/OcrError.h"
 #include "documents/PdfTextExtractor.h"
 #include "support/LogCapture.h"
+#include "support/Repeat.h"
 
 namespace folvane {
 namespace {
@@ -110,11 +111,7 @@ struct Harness {
 
 const std::string longText = "A text layer long enough to be trusted as it is.";
 
-std::string repeat(const std::string& text, int times) {
-    std::string out;
-    for (int i = 0; i < times; ++i) out += text;
-    return out;
-}
+using test::repeat;
 
 FakePage textPage(std::string text, int number) {
     return {std::move(text), {}, number};
