@@ -94,40 +94,27 @@ class EmbedderFactoryTest : public ::testing::Test {
 
 TEST_F(EmbedderFactoryTest, TheLocalModelFallsFromAllUnitsToCpuToTheLexicalModel) {
     using O = Outcome;
+    // Compute units 2 are all of them, 0 the CPU only.
     struct Case {
         const char* name;
-        std::map<int, Outcome> outcomes;
+        Outcome allUnits, cpu;
         std::vector<int> asked;
         EmbeddingModelType type;
         size_t dimension;
     };
+    const auto distilbert = EmbeddingModelType::distilbert;
+    const auto native = EmbeddingModelType::native;
     const std::vector<Case> cases{
-        {"all units work",
-         {{2, O::encodes}, {0, O::encodes}},
-         {2},
-         EmbeddingModelType::distilbert,
-         768},
-        {"CPU only works",
-         {{2, O::failsTest}, {0, O::encodes}},
-         {2, 0},
-         EmbeddingModelType::distilbert,
-         768},
-        {"neither encodes",
-         {{2, O::failsTest}, {0, O::failsTest}},
-         {2, 0},
-         EmbeddingModelType::native,
-         512},
-        {"weights do not load",
-         {{2, O::doesNotLoad}, {0, O::encodes}},
-         {2},
-         EmbeddingModelType::native,
-         512},
+        {"all units work", O::encodes, O::encodes, {2}, distilbert, 768},
+        {"CPU only works", O::failsTest, O::encodes, {2, 0}, distilbert, 768},
+        {"neither encodes", O::failsTest, O::failsTest, {2, 0}, native, 512},
+        {"weights do not load", O::doesNotLoad, O::encodes, {2}, native, 512},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         computeUnitsAsked.clear();
         LogCapture log;
-        useDistilbert(c.outcomes);
+        useDistilbert({{2, c.allUnits}, {0, c.cpu}});
         const auto model = factory->local();
         EXPECT_EQ(computeUnitsAsked, c.asked);
         EXPECT_EQ(factory->localType(), c.type);
@@ -136,7 +123,7 @@ TEST_F(EmbedderFactoryTest, TheLocalModelFallsFromAllUnitsToCpuToTheLexicalModel
         EXPECT_EQ(computeUnitsAsked, c.asked);
         EXPECT_EQ(log.contains("Failed to load the Core ML model. Error: truncated header in "
                                "model.safetensors"),
-                  c.outcomes.at(2) == O::doesNotLoad);
+                  c.allUnits == O::doesNotLoad);
     }
 }
 

@@ -273,7 +273,7 @@ TEST_F(OpenAIClientTest, StreamFailuresOfTheFirstBlock) {
     struct Case {
         const char* name;
         int status;
-        std::vector<std::pair<std::string, std::string>> headers;
+        const char* retryAfter;  // the header's value, if any
         std::string body;
         std::string message;
         std::optional<std::string> type;
@@ -281,54 +281,26 @@ TEST_F(OpenAIClientTest, StreamFailuresOfTheFirstBlock) {
     };
     const std::string key = "Incorrect API key provided: test-key.";
     const std::string event = test::deltaEvent("x");
+    const char* const invalid = "invalid_request_error";
     const std::vector<Case> cases = {
-        {"401 with an error body",
-         401,
-         {},
-         errorBody,
-         key,
-         "invalid_request_error",
-         "invalid_api_key"},
-        {"an error body with 200",
-         200,
-         {},
-         errorBody,
-         key,
-         "invalid_request_error",
-         "invalid_api_key"},
-        {"429 with retry-after",
-         429,
-         {{"retry-after", "20"}},
-         "Too many",
-         "Rate limit exceeded. Please try again after 20 seconds.",
-         "rate_limit_error",
-         "429"},
-        {"429 without retry-after",
-         429,
-         {},
-         "Too many",
-         "Rate limit exceeded. Please try again later.",
-         "rate_limit_error",
-         "429"},
-        {"500 with plain text",
-         500,
-         {},
-         "upstream exploded",
-         "upstream exploded",
-         "server_error",
-         "500"},
-        {"an event line with 503", 503, {}, event, event, "server_error", "503"},
-        {"an error whose message is a list",
-         400,
-         {},
-         R"({"error":{"message":["first","second"],"code":"bad"}})",
-         "first\nsecond",
-         std::nullopt,
+        {"401 with an error body", 401, nullptr, errorBody, key, invalid, "invalid_api_key"},
+        {"an error body with 200", 200, nullptr, errorBody, key, invalid, "invalid_api_key"},
+        {"429 with retry-after", 429, "20", "Too many",
+         "Rate limit exceeded. Please try again after 20 seconds.", "rate_limit_error", "429"},
+        {"429 without retry-after", 429, nullptr, "Too many",
+         "Rate limit exceeded. Please try again later.", "rate_limit_error", "429"},
+        {"500 with plain text", 500, nullptr, "upstream exploded", "upstream exploded",
+         "server_error", "500"},
+        {"an event line with 503", 503, nullptr, event, event, "server_error", "503"},
+        {"an error whose message is a list", 400, nullptr,
+         R"({"error":{"message":["first","second"],"code":"bad"}})", "first\nsecond", std::nullopt,
          "bad"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        server.setHandler(test::chunkedResponse({c.body}, c.status, c.headers));
+        std::vector<std::pair<std::string, std::string>> headers;
+        if (c.retryAfter) headers.emplace_back("retry-after", c.retryAfter);
+        server.setHandler(test::chunkedResponse({c.body}, c.status, headers));
         auto outcome = stream(client);
         EXPECT_TRUE(outcome.contents.empty());
         try {
