@@ -278,11 +278,14 @@
                 if (element) reportRenderedText(key, element);
             }
             textsDue.clear();
-            if (!bridge) return;
+            if (!bridge) return scheduleDrain();
             if (Object.keys(heightsDue).length) bridge.sizesChangeHandler(heightsDue);
             heightsDue = {};
             const last = rowsElement.lastElementChild;
             bridge.painted(applied, last ? last.dataset.key : '');
+            // The rows that wait are drawn once the frame with the last ones
+            // is on screen.
+            scheduleDrain();
         }, 0));
     }
 
@@ -488,7 +491,6 @@
             if (row.kind === 'assistant') textChanged(key);
         }
         afterPaint();
-        scheduleDrain();
         if (stick) document.scrollingElement.scrollTop = document.scrollingElement.scrollHeight;
     }
 

@@ -1,7 +1,6 @@
 #include "shell/chat/transcript/TranscriptPagePool.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 #include <QWebEngineProfile>
 
 #include "shell/chat/transcript/TranscriptBridge.h"
@@ -43,13 +42,6 @@ TranscriptPage* TranscriptPagePool::take(QObject* parent) {
     TranscriptPage* page = spare_ ? spare_.data() : new TranscriptPage(parent);
     page->setParent(parent);
     spare_.clear();
-    if (!refillScheduled_) {
-        refillScheduled_ = true;
-        QTimer::singleShot(refillDelayMs, this, [this] {
-            refillScheduled_ = false;
-            prepare();
-        });
-    }
     return page;
 }
 

@@ -12,8 +12,9 @@ class TranscriptPage;
 // Transcript pages loaded ahead of need, so that a chat window's transcript
 // shows its rows as soon as the window is up instead of waiting for a web
 // renderer to start and the page's scripts to load. The pool of a web profile
-// is a child of that profile; it keeps at most one spare page and loads the
-// next one a moment after a window has taken the last.
+// is a child of that profile and keeps at most one spare page, made by
+// prepare(): a spare is a renderer process of its own (some 80 MB), so none
+// is made unasked.
 class TranscriptPagePool final : public QObject {
     Q_OBJECT
   public:
@@ -25,11 +26,8 @@ class TranscriptPagePool final : public QObject {
     // Whether a spare page has loaded and is waiting.
     bool hasReadySpare() const;
     // The spare page, loaded or still loading, given to `parent`; a new page
-    // when there is no spare. The next spare follows after `refillDelayMs`.
+    // when there is no spare.
     TranscriptPage* take(QObject* parent);
-
-    // How long after a take the next spare starts loading.
-    static constexpr int refillDelayMs = 1500;
 
   private:
     explicit TranscriptPagePool(QWebEngineProfile* profile);
@@ -37,7 +35,6 @@ class TranscriptPagePool final : public QObject {
 
     QWebEngineProfile* profile_;
     QPointer<TranscriptPage> spare_;
-    bool refillScheduled_ = false;
 };
 
 }  // namespace folvane
