@@ -296,6 +296,9 @@ void ChatDetailViewModel::highlightContentForReference(const Reference& referenc
             return;
         }
     }
+    // A chunk in no loaded index lights up nothing, rather than the passage of
+    // the reference followed before it.
+    updateState([](ChatDetailState& s) { s.highlightedText.reset(); });
 }
 
 }  // namespace folvane

@@ -1,5 +1,6 @@
 #include "shell/viewer/FindBar.h"
 
+#include <QAction>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -26,6 +27,11 @@ FindBar::FindBar(QWidget* parent) : QWidget(parent), field_(new QLineEdit(this))
     field_->setPlaceholderText(QStringLiteral("Find in PDF"));
     field_->setAccessibleName(QStringLiteral("Find in PDF"));
     field_->setClearButtonEnabled(true);
+    // The line edit's own clear button has no name of its own.
+    for (auto* action : field_->findChildren<QAction*>()) {
+        action->setText(QStringLiteral("Clear"));
+        action->setToolTip(action->text());
+    }
     field_->installEventFilter(this);
     layout->addWidget(field_, 1);
     auto* previous = button(QStringLiteral("‹"), QStringLiteral("Find Previous"), this);

@@ -125,6 +125,21 @@ def shot(name):
     print("saved", path)
 
 
+def yellow_share(extents):
+    """The share of the screen's pixels inside extents that are highlight
+    yellow: red and green high, blue low."""
+    path = os.path.join(os.environ["WORK"], "screen.png")
+    subprocess.run(["import", "-window", "root", path], check=True)
+    crop = f"{extents.width}x{extents.height}+{extents.x}+{extents.y}"
+    result = subprocess.run(
+        ["convert", path, "-crop", crop, "+repage", "-fx", "(r>0.7 && g>0.7 && b<0.5) ? 1 : 0",
+         "-format", "%[fx:mean]", "info:"], capture_output=True, text=True)
+    try:
+        return float(result.stdout.strip())
+    except ValueError:
+        return 0.0
+
+
 def transcript(window):
     return find(window, "document web", "Transcript", visible=False)
 
@@ -176,6 +191,20 @@ def main():
     if len(answers) != 2 or not find(answers[-1], "push button", "Page 1", visible=False):
         raise StepFailed("the answer's page button")
     shot("answer-done")
+
+    # Its page button shows the cited page in the viewer with the passage
+    # painted yellow.
+    viewer = find(chat, "filler", "Document viewer")
+    if not viewer:
+        raise StepFailed("the document viewer")
+    extents = viewer.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    if yellow_share(extents) > 0.005:
+        raise StepFailed("a viewer with nothing highlighted yet")
+    click(find(answers[-1], "push button", "Page 1", visible=False))
+    time.sleep(2)
+    shot("page-reference")
+    wait_for("the cited passage painted yellow in the viewer",
+             lambda: yellow_share(extents) > 0.005, timeout=20)
 
     # Regenerate: the answer is asked for again and replaces the last one.
     click(find(transcript(chat), "push button", "Regenerate response", visible=False))
