@@ -67,8 +67,7 @@ bool runUntil(Predicate done, int timeoutMs = 60000) {
     return true;
 }
 
-void waitForSpare() {
-    auto& pool = TranscriptPagePool::forDefaultProfile();
+void waitForSpare(TranscriptPagePool& pool) {
     pool.prepare();
     runUntil([&] { return pool.hasReadySpare(); });
 }
@@ -81,7 +80,7 @@ struct Open {
 
 // Opens a chat and waits for the first frame that shows all of it: the rows
 // go to the page in one update, and the view sticks to the end.
-Open openChat(std::vector<Message> messages) {
+Open openChat(std::vector<Message> messages, TranscriptPagePool& pool) {
     auto chat = std::make_shared<TranscriptBenchChat>();
     chat->set([&](ChatDetailState& s) {
         s.loaded = true;
@@ -92,7 +91,7 @@ Open openChat(std::vector<Message> messages) {
     Heartbeat heartbeat;
     QElapsedTimer created;
     created.start();
-    TranscriptView view(ChatDetailRef(chat), preferences);
+    TranscriptView view(ChatDetailRef(chat), preferences, nullptr, &pool);
     bool painted = false;
     QObject::connect(&view, &TranscriptView::framePainted, [&](int updates, const QString&) {
         if (updates >= 1 && updates >= view.updatesSent()) painted = true;
@@ -113,7 +112,7 @@ double percentile(std::vector<double> values, double p) {
     return values[std::min(values.size() - 1, static_cast<size_t>(p * values.size()))];
 }
 
-int stream() {
+int stream(TranscriptPagePool& pool) {
     auto chat = std::make_shared<TranscriptBenchChat>();
     chat->set([](ChatDetailState& s) {
         s.messages = {TranscriptBenchChat::message(1, "user", "Explain")};
@@ -122,8 +121,8 @@ int stream() {
     });
     AppPreferences preferences;
     preferences.setUseLaTeX(true);
-    waitForSpare();
-    TranscriptView view(ChatDetailRef(chat), preferences);
+    waitForSpare(pool);
+    TranscriptView view(ChatDetailRef(chat), preferences, nullptr, &pool);
     view.resize(900, 700);
     view.show();
     if (!runUntil([&] { return view.isPageReady() && view.paintedUpdates() >= 1; })) return 1;
@@ -177,11 +176,12 @@ int main(int argc, char** argv) {
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
 
-    const Open cold = openChat(TranscriptBenchChat::longChat(500));
-    waitForSpare();
-    const Open empty = openChat({});
-    waitForSpare();
-    const Open full = openChat(TranscriptBenchChat::longChat(500));
+    TranscriptPagePool pool;
+    const Open cold = openChat(TranscriptBenchChat::longChat(500), pool);
+    waitForSpare(pool);
+    const Open empty = openChat({}, pool);
+    waitForSpare(pool);
+    const Open full = openChat(TranscriptBenchChat::longChat(500), pool);
     if (cold.fromShow < 0 || empty.fromShow < 0 || full.fromShow < 0) {
         std::printf("open: a chat never painted (cold %.0f, empty %.0f, full %.0f)\n",
                     cold.fromShow, empty.fromShow, full.fromShow);
@@ -197,5 +197,5 @@ int main(int argc, char** argv) {
         "open (cold, the process's first view): 500 messages painted %.1f ms after the show, "
         "%.2f times the warm empty chat; longest main-thread task %.1f ms\n",
         cold.fromShow, cold.fromShow / empty.fromShow, cold.longestTask);
-    return stream();
+    return stream(pool);
 }

@@ -13,7 +13,8 @@
 
 namespace folvane {
 
-WindowManager::WindowManager(AppCore& core, QObject* parent) : QObject(parent), core_(core) {
+WindowManager::WindowManager(AppCore& core, TranscriptPagePool& transcriptPages, QObject* parent)
+    : QObject(parent), core_(core), transcriptPages_(transcriptPages) {
     chatListSubscription_ = core_.chatList().subscribe([this] { closeRemovedChats(); });
 }
 

@@ -15,6 +15,7 @@ namespace folvane {
 class AppCore;
 class ChatWindow;
 class StartWindow;
+class TranscriptPagePool;
 
 // Which windows are open: the start window, and at most one window per chat.
 // Asking for a chat whose window is open brings that window forward. Closing
@@ -22,11 +23,13 @@ class StartWindow;
 class WindowManager final : public QObject {
     Q_OBJECT
   public:
-    explicit WindowManager(AppCore& core, QObject* parent = nullptr);
+    WindowManager(AppCore& core, TranscriptPagePool& transcriptPages, QObject* parent = nullptr);
     ~WindowManager() override;
 
     AppCore& core() { return core_; }
     AppState& appState() { return appState_; }
+    // Transcript pages loaded ahead for the chat windows.
+    TranscriptPagePool& transcriptPages() { return transcriptPages_; }
 
     void showWelcome();
     void openChat(int64_t conversationId);
@@ -44,6 +47,7 @@ class WindowManager final : public QObject {
     void closeRemovedChats();
 
     AppCore& core_;
+    TranscriptPagePool& transcriptPages_;
     AppState appState_;
     QPointer<StartWindow> start_;
     std::map<int64_t, QPointer<ChatWindow>> chats_;

@@ -15,11 +15,13 @@
 #include "platform/AppPaths.h"
 #include "platform/Log.h"
 #include "providers/OpenRouterCatalogue.h"
+#include "shell/app/AfterFirstPaint.h"
 #include "shell/app/ColorSchemePalette.h"
 #include "shell/app/FirstPaintExit.h"
 #include "shell/app/QtMainQueue.h"
 #include "shell/app/SingleInstance.h"
 #include "shell/app/WindowManager.h"
+#include "shell/chat/transcript/TranscriptPagePool.h"
 #include "shell/start/StartWindow.h"
 #include "store/AppPreferences.h"
 #include "store/FatalError.h"
@@ -98,7 +100,10 @@ int main(int argc, char** argv) {
     }
 
     const folvane::ColorSchemePalette palette(core.preferences());
-    folvane::WindowManager windows(core);
+    // Before the windows and after the application object: its pages must go
+    // before the web engine shuts down.
+    folvane::TranscriptPagePool transcriptPages;
+    folvane::WindowManager windows(core, transcriptPages);
     if (!instance.listen()) {
         folvane::log("Another launch of Folvane cannot reach this one: its socket cannot be made.");
     }
@@ -108,6 +113,10 @@ int main(int argc, char** argv) {
                      [&windows](const QStringList& paths) { windows.openFiles(paths); });
 
     windows.showWelcome();
+    // The web engine starts and a transcript page loads once the start window
+    // is up, so that the first chat window opens with its rows at once.
+    new folvane::AfterFirstPaint(windows.startWindow(),
+                                 [&transcriptPages] { transcriptPages.prepare(); });
     if (folvane::FirstPaintExit::isRequested()) new folvane::FirstPaintExit(windows.startWindow());
     const std::jthread catalogue = fetchOpenRouterCatalogue(core);
     if (!files.isEmpty()) {

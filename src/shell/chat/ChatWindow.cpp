@@ -110,7 +110,8 @@ void ChatWindow::build() {
     auto* columnLayout = new QVBoxLayout(column);
     columnLayout->setContentsMargins(0, 0, 0, 0);
     columnLayout->addWidget(new IndexingStatusView(*chat_, column));
-    columnLayout->addWidget(new TranscriptView(*chat_, preferences, column), 1);
+    columnLayout->addWidget(
+        new TranscriptView(*chat_, preferences, column, &windows_.transcriptPages()), 1);
     compose_ = new ComposeBox(*chat_, preferences, column);
     connect(compose_, &ComposeBox::apiKeyNeeded, this, &ChatWindow::askForKey);
     columnLayout->addWidget(compose_);

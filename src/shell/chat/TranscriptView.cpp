@@ -53,12 +53,13 @@ std::optional<std::string> grownText(const nlohmann::ordered_json& before,
 
 }  // namespace
 
-TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent)
+TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent,
+                               TranscriptPagePool* pages)
     : QWidget(parent),
       chat_(std::move(chat)),
       preferences_(preferences),
       view_(new QWebEngineView(this)),
-      page_(TranscriptPagePool::forDefaultProfile().take(view_)),
+      page_(pages ? pages->take(view_) : new TranscriptPage(view_)),
       bridge_(page_->bridge()) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

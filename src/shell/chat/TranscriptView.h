@@ -17,16 +17,18 @@ namespace folvane {
 class AppPreferences;
 class TranscriptBridge;
 class TranscriptPage;
+class TranscriptPagePool;
 struct Message;
 
 // The messages of one chat: one web page holding every row, redrawn from the
 // chat's state. Only the rows that changed go to the page, and a streamed
 // reply redraws only its unfinished last blocks; the page is never reloaded.
-// The page comes loaded from the web profile's pool when one is waiting.
+// The page comes loaded from the pool, when one is given and has a page waiting.
 class TranscriptView final : public QWidget {
     Q_OBJECT
   public:
-    TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent = nullptr);
+    TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent = nullptr,
+                   TranscriptPagePool* pages = nullptr);
 
     // What the page last reported for a row: its height and its rendered text.
     double rowHeight(const QString& key) const;

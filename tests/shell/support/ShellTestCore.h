@@ -7,6 +7,7 @@
 #include "runtime/MainQueue.h"
 #include "shell/app/QtMainQueue.h"
 #include "shell/app/WindowManager.h"
+#include "shell/chat/transcript/TranscriptPagePool.h"
 #include "support/TempDir.h"
 
 namespace folvane::test {
@@ -17,7 +18,8 @@ struct ShellTestCore {
     TempDir dir;
     QtMainQueue mainQueue;
     AppCore core{AppPaths{dir / "data", dir / "config", resourceDir()}, mainQueue};
-    WindowManager windows{core};
+    TranscriptPagePool transcriptPages;
+    WindowManager windows{core, transcriptPages};
 };
 
 }  // namespace folvane::test

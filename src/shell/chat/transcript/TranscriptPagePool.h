@@ -1,9 +1,6 @@
 #pragma once
 
-#include <QObject>
 #include <QPointer>
-
-class QWebEngineProfile;
 
 namespace folvane {
 
@@ -11,15 +8,18 @@ class TranscriptPage;
 
 // Transcript pages loaded ahead of need, so that a chat window's transcript
 // shows its rows as soon as the window is up instead of waiting for a web
-// renderer to start and the page's scripts to load. The pool of a web profile
-// is a child of that profile and keeps at most one spare page, made by
-// prepare(): a spare is a renderer process of its own (some 80 MB), so none
-// is made unasked.
-class TranscriptPagePool final : public QObject {
-    Q_OBJECT
+// renderer to start and the page's scripts to load. Keeps at most one spare
+// page, made by prepare(): a spare is a renderer process of its own (some
+// 80 MB), so none is made unasked and none is made again once taken.
+//
+// `main` makes the application's pool and hands it down; it must go before
+// the application object, which shuts the web engine down.
+class TranscriptPagePool final {
   public:
-    // The pool of the default web profile (made on first use).
-    static TranscriptPagePool& forDefaultProfile();
+    TranscriptPagePool() = default;
+    ~TranscriptPagePool();
+    TranscriptPagePool(const TranscriptPagePool&) = delete;
+    TranscriptPagePool& operator=(const TranscriptPagePool&) = delete;
 
     // Starts loading a spare page now if there is none.
     void prepare();
@@ -30,10 +30,6 @@ class TranscriptPagePool final : public QObject {
     TranscriptPage* take(QObject* parent);
 
   private:
-    explicit TranscriptPagePool(QWebEngineProfile* profile);
-    static void dropSpares();
-
-    QWebEngineProfile* profile_;
     QPointer<TranscriptPage> spare_;
 };
 

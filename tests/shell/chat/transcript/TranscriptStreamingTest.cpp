@@ -152,20 +152,20 @@ class TranscriptStreamingTest : public QObject {
     // A page the pool loaded ahead serves the next view at once; the view
     // after that loads its own.
     void aPreparedPageServesTheNextViewAtOnce() {
-        auto& pool = TranscriptPagePool::forDefaultProfile();
+        TranscriptPagePool pool;
         pool.prepare();
         QTRY_VERIFY_WITH_TIMEOUT(pool.hasReadySpare(), 20000);
         auto chat = std::make_shared<ScriptedChat>();
         chat->set([](ChatDetailState& s) { s.messages = {message(3, "assistant", "**Ready**")}; });
         AppPreferences preferences;
-        TranscriptView view(ChatDetailRef(chat), preferences);
+        TranscriptView view(ChatDetailRef(chat), preferences, nullptr, &pool);
         QVERIFY(view.isPageReady());
         QVERIFY(!pool.hasReadySpare());
         view.show();
         QTRY_COMPARE_WITH_TIMEOUT(view.renderedText("3"), QStringLiteral("Ready"), 10000);
         QCOMPARE(view.pageLoads(), 1);
 
-        TranscriptView next(ChatDetailRef(chat), preferences);
+        TranscriptView next(ChatDetailRef(chat), preferences, nullptr, &pool);
         QVERIFY(!next.isPageReady());
         next.show();
         QTRY_COMPARE_WITH_TIMEOUT(next.renderedText("3"), QStringLiteral("Ready"), 20000);
