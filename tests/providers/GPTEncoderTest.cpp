@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -125,9 +126,8 @@ TEST(GPTEncoderTest, BlanksBeforeAWordLeaveTheLastBlankToTheWord) {
     EXPECT_THAT(sharedEncoder().pieces(""), IsEmpty());
 }
 
-TEST(GPTEncoderTest, ASingleByteNeedsNoRanksAndEmptyTextNoIds) {
+TEST(GPTEncoderTest, ASingleByteNeedsNoRanks) {
     const GPTEncoder encoder{std::filesystem::path(test::resourceDir())};
-    EXPECT_THAT(encoder.encode(""), IsEmpty());
     EXPECT_THAT(encoder.encode("a,b"), ElementsAre(64, 11, 65));
     EXPECT_EQ(encoder.bpe(" "), "\u0120");
     EXPECT_FALSE(encoder.ranksAreBuilt());
@@ -178,30 +178,20 @@ TEST(GPTEncoderTest, ManyThreadsEncodingAtOnceGetTheSameIds) {
     std::vector<std::vector<int>> expected;
     for (const auto& text : corpus()) expected.push_back(sharedEncoder().encode(text));
 
-    constexpr int threadCount = 8;
-    std::vector<std::vector<std::vector<int>>> results(threadCount);
+    std::atomic<int> mismatches = 0;
     {
         std::vector<std::jthread> threads;
-        for (int t = 0; t < threadCount; ++t) {
+        for (int t = 0; t < 8; ++t) {
             threads.emplace_back([&, t] {
-                for (int round = 0; round < 20; ++round) {
-                    // Each thread walks the corpus from a different place.
-                    for (size_t i = 0; i < corpus().size(); ++i) {
-                        const size_t index = (i + t * 5 + round) % corpus().size();
-                        const auto ids = fresh.encode(corpus()[index]);
-                        if (round == 19) results[t].push_back(ids);
-                        if (ids != expected[index]) results[t].push_back({-1});
-                    }
+                // Each thread walks the corpus from a different place.
+                for (size_t step = 0; step < 20 * corpus().size(); ++step) {
+                    const size_t index = (step + t * 5) % corpus().size();
+                    if (fresh.encode(corpus()[index]) != expected[index]) ++mismatches;
                 }
             });
         }
     }
-    for (int t = 0; t < threadCount; ++t) {
-        ASSERT_EQ(results[t].size(), corpus().size()) << "thread " << t << " saw other ids";
-        for (size_t i = 0; i < corpus().size(); ++i) {
-            EXPECT_EQ(results[t][i], expected[(i + t * 5 + 19) % corpus().size()]);
-        }
-    }
+    EXPECT_EQ(mismatches, 0);
 }
 
 // The command line prints what the encoder gives.

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "providers/ModelCatalogue.h"
+#include "providers/TogetherModels.h"
 
 namespace folvane {
 namespace {
@@ -20,12 +21,14 @@ TEST(ModelCatalogueTest, TheOpenAIPickerHasItsThreeSections) {
     EXPECT_EQ(sections[2].models.back(), "gpt-3.5-turbo-16k-0613");
 }
 
-TEST(ModelCatalogueTest, StoredCataloguesAreOfferedAndOpenRouterFallsBackWhenEmpty) {
+TEST(ModelCatalogueTest, EachOtherProviderOffersOnePlainListOrNone) {
     const json openRouter = json::array({{{"id", "mistralai/mixtral"}, {"name", "Mixtral"}},
                                          {{"name", "no id"}},
                                          "not an object",
                                          {{"id", "openai/gpt-4o"}}});
     const json ollama = json::array({{{"name", "llama3:8b"}}, {{"name", ""}}});
+    std::vector<std::string> together;  // the whole catalogue, in its order
+    for (const auto& model : togetherModels()) together.emplace_back(model.id);
     struct Case {
         std::string provider;
         json openRouter, ollama;
@@ -40,6 +43,7 @@ TEST(ModelCatalogueTest, StoredCataloguesAreOfferedAndOpenRouterFallsBackWhenEmp
         {"MistralAI", json::array(), json::array(), model_lists::mistral()},
         {"PerplexityAI", json::array(), json::array(), model_lists::perplexity()},
         {"Groq", json::array(), json::array(), {"llama2-70b-4096", "mixtral-8x7b-32768"}},
+        {"TogetherAI", openRouter, ollama, together},
         {"LocalAI", openRouter, ollama, {}},
         {"AzureOpenAI", openRouter, ollama, {}},
     };
@@ -53,14 +57,6 @@ TEST(ModelCatalogueTest, StoredCataloguesAreOfferedAndOpenRouterFallsBackWhenEmp
         EXPECT_EQ(sections[0].title, "") << c.provider;
         EXPECT_EQ(sections[0].models, c.models) << c.provider;
     }
-}
-
-TEST(ModelCatalogueTest, TogetherOffersItsWholeCatalogueInOrder) {
-    const auto sections = chatModelChoices("TogetherAI", json::array(), json::array());
-    ASSERT_EQ(sections.size(), 1u);
-    ASSERT_EQ(sections[0].models.size(), 33u);
-    EXPECT_EQ(sections[0].models.front(), "DiscoResearch/DiscoLM-mixtral-8x7b-v2");
-    EXPECT_EQ(sections[0].models.back(), "togethercomputer/guanaco-7b");
 }
 
 }  // namespace

@@ -35,16 +35,9 @@ TEST(WireTypesTest, ChatQueryWritesOnlyThePresentKeys) {
     full.presencePenalty = 0.5;
     full.frequencyPenalty = 0;
     full.stream = true;
-    json written = toJson(full);
-    EXPECT_EQ(written["temperature"], 0.7);
-    EXPECT_EQ(written["top_p"], 1.0);
-    EXPECT_EQ(written["max_tokens"], 4096);
-    EXPECT_EQ(written["presence_penalty"], 0.5);
-    EXPECT_EQ(written["frequency_penalty"], 0.0);
-    EXPECT_EQ(written["stream"], true);
-    for (const char* key : {"functions", "function_call", "n", "stop", "logit_bias", "user"}) {
-        EXPECT_FALSE(written.contains(key)) << key;
-    }
+    EXPECT_EQ(toJson(full), json::parse(R"({"model":"gpt-test","messages":[{"role":"user",
+        "content":"hi"}],"stream":true,"temperature":0.7,"top_p":1.0,"max_tokens":4096,
+        "presence_penalty":0.5,"frequency_penalty":0.0})"));
 }
 
 TEST(WireTypesTest, ChatEncoding) {
