@@ -241,14 +241,18 @@ void AppChatService::deleteMessage(int64_t id) {
 void AppChatService::deleteMessagesAfter(int64_t conversationId, int64_t id) {
     messageTable_.deleteAfter(conversationId, id);
 }
-Message AppChatService::insertMarker(int64_t conversationId, const std::string& name) {
-    return messageTable_.insertMarker(conversationId, name);
+Message AppChatService::resetContext(int64_t conversationId, Date since, const std::string& name) {
+    return conversationTable_.resetContext(conversationId, since, name);
 }
-void AppChatService::deleteMarkers(int64_t conversationId, const std::string& name) {
-    messageTable_.deleteMarkers(conversationId, name);
+void AppChatService::clearContext(int64_t conversationId, Date since, const std::string& name) {
+    conversationTable_.clearContext(conversationId, since, name);
 }
 void AppChatService::updateMessageContent(int64_t id, const std::string& content) {
     messageTable_.updateContent(id, content);
+}
+void AppChatService::updateMessageContentAndDeleteAfter(int64_t conversationId, int64_t id,
+                                                        const std::string& content) {
+    messageTable_.updateContentAndDeleteAfter(conversationId, id, content);
 }
 void AppChatService::updateSpeechFile(int64_t id, const std::optional<std::string>& url) {
     messageTable_.updateSpeechFile(id, url);

@@ -82,9 +82,11 @@ class AppChatService final : public ChatService {
     std::optional<Message> getMessage(int64_t id) override;
     void deleteMessage(int64_t id) override;
     void deleteMessagesAfter(int64_t conversationId, int64_t id) override;
-    Message insertMarker(int64_t conversationId, const std::string& name) override;
-    void deleteMarkers(int64_t conversationId, const std::string& name) override;
+    Message resetContext(int64_t conversationId, Date since, const std::string& name) override;
+    void clearContext(int64_t conversationId, Date since, const std::string& name) override;
     void updateMessageContent(int64_t id, const std::string& content) override;
+    void updateMessageContentAndDeleteAfter(int64_t conversationId, int64_t id,
+                                            const std::string& content) override;
     void updateSpeechFile(int64_t id, const std::optional<std::string>& url) override;
 
     std::vector<Prompt> getPrompts() override;

@@ -71,9 +71,15 @@ class ChatService {
     virtual std::optional<Message> getMessage(int64_t id) = 0;
     virtual void deleteMessage(int64_t id) = 0;
     virtual void deleteMessagesAfter(int64_t conversationId, int64_t id) = 0;
-    virtual Message insertMarker(int64_t conversationId, const std::string& name) = 0;
-    virtual void deleteMarkers(int64_t conversationId, const std::string& name) = 0;
+    // contextSince set and the chat's markers of that name replaced by one new
+    // marker (returned), all or nothing.
+    virtual Message resetContext(int64_t conversationId, Date since, const std::string& name) = 0;
+    // contextSince set and the chat's markers of that name deleted, all or nothing.
+    virtual void clearContext(int64_t conversationId, Date since, const std::string& name) = 0;
     virtual void updateMessageContent(int64_t id, const std::string& content) = 0;
+    // New content and the later messages deleted, all or nothing.
+    virtual void updateMessageContentAndDeleteAfter(int64_t conversationId, int64_t id,
+                                                    const std::string& content) = 0;
     virtual void updateSpeechFile(int64_t id, const std::optional<std::string>& url) = 0;
 
     // The prompt library.

@@ -223,45 +223,45 @@ void SendFlow::continueGenerating() {
 }
 
 void SendFlow::updateMessageContent(int64_t id, const std::string& content, bool resend) {
-    services_.chatService.updateMessageContent(id, content);
     const auto& messages = chat_.state().messages;
     const auto found = std::find_if(messages.begin(), messages.end(),
                                     [id](const Message& m) { return m.id == id; });
-    if (found == messages.end()) return;
-    const std::string role = found->role;
+    const bool sendAgain = resend && found != messages.end() && found->role == "user";
+    // The new text and the answers it replaces change together or not at all.
+    if (sendAgain) {
+        services_.chatService.updateMessageContentAndDeleteAfter(chat_.conversation_.id, id,
+                                                                 content);
+    } else {
+        services_.chatService.updateMessageContent(id, content);
+    }
     update([&](ChatDetailState& s) {
         for (auto& m : s.messages) {
             if (m.id == id) m.content = content;
         }
+        if (sendAgain) std::erase_if(s.messages, [id](const Message& m) { return m.id > id; });
     });
-    if (!resend || role != "user") return;
-    services_.chatService.deleteMessagesAfter(chat_.conversation_.id, id);
-    update([&](ChatDetailState& s) {
-        std::erase_if(s.messages, [id](const Message& m) { return m.id > id; });
-    });
-    sendMessage(content, false, ChatContextMode::all, "");
+    if (sendAgain) sendMessage(content, false, ChatContextMode::all, "");
 }
 
-void SendFlow::setContextSince(Date since) {
-    services_.chatService.updateContextSince(chat_.conversation_.id, since);
+void SendFlow::showContextSince(Date since) {
     chat_.updateConversation([&](Conversation& c) { c.contextSince = since; });
 }
 
-void SendFlow::deleteMarkers() {
-    services_.chatService.deleteMarkers(chat_.conversation_.id, resetContextMarker);
-    update([](ChatDetailState& s) { std::erase_if(s.messages, isMarker); });
-}
-
 void SendFlow::resetContext() {
-    setContextSince(now());
-    deleteMarkers();
-    Message marker = services_.chatService.insertMarker(chat_.conversation_.id, resetContextMarker);
-    update([&](ChatDetailState& s) { s.messages.push_back(std::move(marker)); });
+    const Date since = now();
+    Message marker =
+        services_.chatService.resetContext(chat_.conversation_.id, since, resetContextMarker);
+    showContextSince(since);
+    update([&](ChatDetailState& s) {
+        std::erase_if(s.messages, isMarker);
+        s.messages.push_back(std::move(marker));
+    });
 }
 
 void SendFlow::clearContextMarkers() {
-    setContextSince(distantPast());
-    deleteMarkers();
+    services_.chatService.clearContext(chat_.conversation_.id, distantPast(), resetContextMarker);
+    showContextSince(distantPast());
+    update([](ChatDetailState& s) { std::erase_if(s.messages, isMarker); });
 }
 
 void SendFlow::deleteAllMessages() {

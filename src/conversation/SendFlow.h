@@ -64,9 +64,8 @@ class SendFlow {
     Message storeMessage(const Message& message);
     // A send that could not start: its words in lastError, nothing running.
     void refuse(const std::exception& error);
-    // contextSince in the store, the view model and the state.
-    void setContextSince(Date since);
-    void deleteMarkers();
+    // contextSince, once stored, in the view model and the state.
+    void showContextSince(Date since);
     // Runs for the current request only (RequestSink sees to that).
     void finishRequest(const RequestSink::Outcome& outcome);
     // Stores the reply and its cost; throws when it cannot.

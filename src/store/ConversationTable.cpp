@@ -2,6 +2,7 @@
 
 #include "platform/Log.h"
 #include "store/JsonText.h"
+#include "store/MessageTable.h"
 #include "store/RowReading.h"
 
 namespace folvane {
@@ -174,6 +175,23 @@ void ConversationTable::removeExtraBookmark(int64_t id, int64_t bookmarkId) cons
     if (!conversation) return;
     std::erase(conversation->extraBookmarkIds, bookmarkId);
     writeExtraBookmarks(id, conversation->extraBookmarkIds);
+}
+
+Message ConversationTable::resetContext(int64_t id, Date since,
+                                        const std::string& markerName) const {
+    return db_->transaction([&] {
+        const MessageTable messages(db_);
+        updateContextSince(id, since);
+        messages.deleteMarkers(id, markerName);
+        return messages.insertMarker(id, markerName);
+    });
+}
+
+void ConversationTable::clearContext(int64_t id, Date since, const std::string& markerName) const {
+    db_->transaction([&] {
+        updateContextSince(id, since);
+        MessageTable(db_).deleteMarkers(id, markerName);
+    });
 }
 
 Conversation ConversationTable::fork(const Conversation& conversation,

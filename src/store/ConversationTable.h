@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "store/Conversation.h"
+#include "store/Message.h"
 #include "store/SqliteConnection.h"
 
 namespace folvane {
 
-// The table `conversations`, and the two operations that also touch `messages`.
+// The table `conversations`, and the operations that also touch `messages`.
 class ConversationTable {
   public:
     explicit ConversationTable(std::shared_ptr<SqliteConnection> db) : db_(std::move(db)) {}
@@ -44,6 +45,14 @@ class ConversationTable {
     void addCost(int64_t id, double amount) const;
     void addExtraBookmark(int64_t id, int64_t bookmarkId) const;
     void removeExtraBookmark(int64_t id, int64_t bookmarkId) const;
+
+    // The context starts again at `since`: contextSince set, and the chat's
+    // marker rows of that name replaced by one new marker, in one transaction.
+    // Returns the new marker as stored.
+    Message resetContext(int64_t id, Date since, const std::string& markerName) const;
+    // contextSince set and the chat's marker rows of that name deleted, in one
+    // transaction.
+    void clearContext(int64_t id, Date since, const std::string& markerName) const;
 
     // A copy of the conversation with its messages up to and including
     // upToMessageId, made in one transaction. Returns the new conversation.

@@ -124,6 +124,14 @@ void MessageTable::updateContent(int64_t id, const std::string& content) const {
     db_->prepare("UPDATE messages SET content = ? WHERE id = ?").bind(content, id).run();
 }
 
+void MessageTable::updateContentAndDeleteAfter(int64_t conversationId, int64_t id,
+                                               const std::string& content) const {
+    db_->transaction([&] {
+        updateContent(id, content);
+        deleteAfter(conversationId, id);
+    });
+}
+
 void MessageTable::updateSpeechFile(int64_t id, const std::optional<std::string>& url) const {
     db_->prepare("UPDATE messages SET speechFileURL = ? WHERE id = ?").bind(url, id).run();
 }

@@ -27,6 +27,10 @@ class MessageTable {
     void remove(int64_t id) const;
     void deleteAfter(int64_t conversationId, int64_t id) const;
     void updateContent(int64_t id, const std::string& content) const;
+    // New content for a message and the chat's later messages deleted, in one
+    // transaction: the edit of a question that is sent again.
+    void updateContentAndDeleteAfter(int64_t conversationId, int64_t id,
+                                     const std::string& content) const;
     void updateSpeechFile(int64_t id, const std::optional<std::string>& url) const;
 
   private:

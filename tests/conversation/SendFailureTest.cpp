@@ -86,6 +86,60 @@ TEST_F(SendFailureTest, EveryMessageInputOnAReadOnlyStoreSaysSoAndChangesNothing
     ::chmod(path.c_str(), 0644);
 }
 
+TEST_F(SendFailureTest, AnActionWhoseSecondWriteFindsTheDiskFullChangesNothing) {
+    test::serveChatScripts(server, {test::textScript({"Proof of work."})});
+    const auto chat = makeChat(pages);
+    {
+        auto viewModel = openLoaded(chat);
+        viewModel->trigger(in::AddMessage{"How is the chain secured?"});
+        finish(*viewModel);
+        viewModel->trigger(in::ResetContext{});
+    }
+    const auto before = storedMessages(chat.id);
+    ASSERT_EQ(before.size(), 3u);  // the question, the answer, a marker
+    const Date since = service.getConversation(chat.id)->contextSince;
+    ASSERT_NE(since, distantPast());
+
+    // Each action's first write (a column in place) fits; its second deletes
+    // rows, and a trigger makes that deletion grow the file past its limit:
+    // SQLite's own "disk is full", half-way through the action.
+    db->execute(
+        "CREATE TABLE ballast (b BLOB); "
+        "CREATE TRIGGER ballast BEFORE DELETE ON messages "
+        "BEGIN INSERT INTO ballast VALUES (zeroblob(1000000)); END");
+    int64_t pageCount = 0;
+    {
+        auto query = db->prepare("PRAGMA page_count");
+        query.step();
+        pageCount = query.int64(0);
+    }
+    db->execute("PRAGMA max_page_count = " + std::to_string(pageCount));
+    // The first writes alone still fit: the failure comes half-way.
+    ASSERT_NO_THROW(service.updateContextSince(chat.id, since));
+    ASSERT_NO_THROW(service.updateMessageContent(before[0].id, before[0].content));
+
+    const std::vector<std::pair<const char*, ChatDetailInput>> inputs = {
+        {"reset the context", in::ResetContext{}},
+        {"clear the markers", in::ClearContextMarkers{}},
+        {"edit and resend", in::UpdateMessageContent{before[0].id, "Edited", true}},
+    };
+    for (const auto& [name, input] : inputs) {
+        SCOPED_TRACE(name);
+        auto viewModel = open(*service.getConversation(chat.id));
+        viewModel->trigger(in::Sync{});
+        viewModel->trigger(input);
+        queue.drain();
+        const auto& state = viewModel->state();
+        ASSERT_TRUE(state.lastError);
+        EXPECT_THAT(*state.lastError, ::testing::HasSubstr("the disk is full"));
+        EXPECT_FALSE(viewModel->isRequestRunning());
+        EXPECT_EQ(state.messages, before);
+        EXPECT_EQ(state.conversation.contextSince, since);
+        EXPECT_EQ(storedMessages(chat.id), before);
+        EXPECT_EQ(service.getConversation(chat.id)->contextSince, since);
+    }
+}
+
 TEST_F(SendFailureTest, AReplyIsStoredOnlyIntoTheChatItWasAskedIn) {
     auto slow = test::textScript({"Late ", "reply"});
     slow.holdAfter = 2;
