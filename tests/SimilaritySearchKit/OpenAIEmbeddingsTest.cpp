@@ -122,18 +122,14 @@ TEST_F(OpenAIEmbeddingsTest, RetriesTwiceAfterAPause) {
             }
             response.set_content(embeddingAnswer({1, 2}), "application/json");
         });
-        Configuration configuration;
-        configuration.token = "sk-test";
-        configuration.baseURL = local.baseURL();
-        configuration.timeoutInterval = c.timeOut ? 0.3 : 10.0;
-        OpenAIEmbeddings model(std::make_shared<OpenAI>(http, configuration), "m");
+        const auto model = embedder(c.timeOut ? 0.3 : 10.0, "m", local.baseURL());
 
         LogCapture log;
         const auto start = Clock::now();
         std::optional<std::vector<float>> vector;
         std::string thrown;
         try {
-            vector = model.encode("chunk text");
+            vector = model->encode("chunk text");
         } catch (const std::exception& error) {
             thrown = error.what();
         }
