@@ -46,16 +46,25 @@ QStringList entries(QMenu* menu) {
     return texts;
 }
 
-// Drags the mouse over the line from before its start to past its end, as
-// the user selects a line (the rectangle in page points).
-void dragOver(DocumentView& view, int page, const PageRect& line) {
-    const QRect rect = view.viewportRect(page, line);
-    const QPoint from(rect.left() - 3, rect.top() + 1), to(rect.right() + 3, rect.bottom() - 1);
+// Drags the mouse with the left button held, as the user selects.
+void drag(DocumentView& view, QPoint from, QPoint to) {
     QTest::mousePress(view.viewport(), Qt::LeftButton, {}, from);
     QMouseEvent move(QEvent::MouseMove, QPointF(to), view.viewport()->mapToGlobal(QPointF(to)),
                      Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(view.viewport(), &move);
     QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, to);
+}
+
+// Drags over the line (in page points) from before its start to past its end.
+void dragOver(DocumentView& view, int page, const PageRect& line) {
+    const QRect rect = view.viewportRect(page, line);
+    drag(view, {rect.left() - 3, rect.top() + 1}, {rect.right() + 3, rect.bottom() - 1});
+}
+
+void showAt(DocumentView& view, int width, int height) {
+    view.resize(width, height);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
 }
 
 }  // namespace
@@ -72,9 +81,7 @@ class DocumentViewTest : public QObject {
                              "was measured at 81 degrees.", "Closing words."},
                             {"Last page"}}),
             navigator);
-        view.resize(500, 700);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        showAt(view, 500, 700);
 
         // Two of the passage's lines are on the page, one is not and is skipped.
         navigator->goToPage.notify(
@@ -128,8 +135,7 @@ class DocumentViewTest : public QObject {
         std::vector<std::vector<std::string>> pages;
         for (int i = 1; i <= 8; ++i) pages.push_back({"Page " + std::to_string(i)});
         DocumentView view(openPages(dir, pages), navigator);
-        view.resize(400, 500);
-        view.show();
+        showAt(view, 400, 500);
 
         navigator->goToPage.notify(3, std::nullopt);
         navigator->goToPage.notify(6, std::nullopt);
@@ -166,8 +172,7 @@ class DocumentViewTest : public QObject {
         test::TempDir dir;
         std::vector<std::vector<std::string>> pages(6, {"Some page"});
         DocumentView view(openPages(dir, pages), nullptr);
-        view.resize(400, 500);
-        view.show();
+        showAt(view, 400, 500);
         QScrollBar* bar = view.verticalScrollBar();
         const int step = bar->pageStep();
         const struct {
@@ -203,9 +208,7 @@ class DocumentViewTest : public QObject {
         auto navigator = std::make_shared<PageNavigator>();
         DocumentView view(openPages(dir, {{"Cover page"}, {"Opening words.", "Closing words."}}),
                           navigator);
-        view.resize(500, 600);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        showAt(view, 500, 600);
         view.setZoom(8);
         navigator->goToPage.notify(2, std::string("closing words."));
         QCOMPARE(view.highlights().size(), size_t(1));
@@ -234,8 +237,7 @@ class DocumentViewTest : public QObject {
                                           {"nothing here"},
                                           {"Alpha two", "and ALPHA three"}}),
                           navigator);
-        view.resize(400, 500);
-        view.show();
+        showAt(view, 400, 500);
         navigator->find.notify("alpha");
         QTRY_COMPARE(view.searchMatches().size(), size_t(3));
         QCOMPARE(view.selectedMatch(), 0);
@@ -275,8 +277,7 @@ class DocumentViewTest : public QObject {
         std::vector<std::vector<std::string>> pages(300, {"alpha on every page"});
         pages[0].push_back("beta once");
         DocumentView view(openPages(dir, pages), nullptr);
-        view.resize(400, 500);
-        view.show();
+        showAt(view, 400, 500);
         view.find("alpha");
         view.find("beta");
         QTRY_COMPARE(view.searchMatches().size(), size_t(1));
@@ -291,9 +292,7 @@ class DocumentViewTest : public QObject {
         test::TempDir dir;
         DocumentView view(openPages(dir, {{"abcdefghij", "abcdefghijk", "Closing line here"}}),
                           nullptr);
-        view.resize(500, 700);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        showAt(view, 500, 700);
         const auto lineOf = [&](const char* text) {
             return view.document().search(0, text)[0].lines[0];
         };
@@ -319,12 +318,7 @@ class DocumentViewTest : public QObject {
         const QPointF from((chars[8].box.x0 + chars[8].box.x1) / 2, chars[8].box.y0 + 2);
         const QPointF to((chars[11].box.x0 + chars[11].box.x1) / 2, chars[11].box.y1 - 2);
         const QRect fromTo = view.viewportRect(0, PageRect{from.x(), from.y(), to.x(), to.y()});
-        QTest::mousePress(view.viewport(), Qt::LeftButton, {}, fromTo.topLeft());
-        QMouseEvent move(QEvent::MouseMove, QPointF(fromTo.bottomRight()),
-                         view.viewport()->mapToGlobal(QPointF(fromTo.bottomRight())), Qt::NoButton,
-                         Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(view.viewport(), &move);
-        QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, fromTo.bottomRight());
+        drag(view, fromTo.topLeft(), fromTo.bottomRight());
         QVERIFY2(view.selectedText().contains("in") && !view.selectedText().contains("Closing"),
                  qPrintable(view.selectedText()));
         dragOver(view, 0, lineOf("abcdefghijk"));
