@@ -211,7 +211,8 @@ CompletionStream::Ending CompletionStream::run(const std::string& systemInstruct
             errorWords_ = errorText(error);
             log(errorWords_);
             sink_->fail(errorWords_);
-            return Ending::failed;
+            return dynamic_cast<const APIErrorResponse*>(&error) ? Ending::rejected
+                                                                 : Ending::failed;
         }
     }
     if (ending == Ending::finished && stop.stop_requested()) ending = Ending::cancelled;

@@ -55,7 +55,10 @@ class CompletionStream {
     enum class Ending {
         finished,   // the passes ended; idle was posted
         cancelled,  // a stop request or a cancelled transfer; idle was posted
-        failed,     // an error; lastError and failed were posted
+        failed,     // an error of the transfer or the stream; lastError and failed were
+                    // posted, and the text that came is the answer as far as it got
+        rejected,   // the server sent an error object, also after some text; lastError
+                    // and failed were posted, and the text that came is no answer
     };
 
     // Without a function step a function call does nothing and starts no

@@ -185,6 +185,11 @@ int ChatSession::streamReply(const std::function<void()>& start) {
         if (reply->content.starts_with(printed)) out << reply->content.substr(printed.size());
     }
     if (!printed.empty() || reply) out << "\n";
+    // An answer that failed gets no pages and no cost: only the error's words.
+    if (s.assistantState == AssistantState::failed || s.lastError) {
+        err << s.lastError.value_or("The request failed.") << '\n';
+        return 1;
+    }
     if (reply && reply->references && !reply->references->empty()) {
         // Pages by document, in the order they are cited.
         std::vector<int64_t> order;
@@ -216,10 +221,6 @@ int ChatSession::streamReply(const std::function<void()>& start) {
         char cost[64];
         std::snprintf(cost, sizeof cost, "%.6f", s.conversation.cost);
         out << "\nCost of the chat: $" << cost << "\n";
-    }
-    if (s.assistantState == AssistantState::failed || s.lastError) {
-        err << s.lastError.value_or("The request failed.") << '\n';
-        return 1;
     }
     if (cancelled && !reply) {
         err << "The request was cancelled before any answer arrived.\n";

@@ -55,10 +55,15 @@ void MessageRequest::run(std::stop_token stop) {
                                     return CompletionStream::FunctionStepResult{
                                         true, tools->call(name, arguments).messages};
                                 });
-        stream.run(systemInstruction, history, setup_.conversation, stop);
+        const auto ending = stream.run(systemInstruction, history, setup_.conversation, stop);
         answer = stream.answer();
         toolReferences = tools->toolReferences();
-        if (!answer.empty()) {
+        if (ending == CompletionStream::Ending::rejected) {
+            // The server ended the answer with an error: what came before it is
+            // no answer and is not stored, as when the server refuses at once.
+            // The question stays and the error's words are in lastError.
+            sink_->change([](ChatDetailState& s) { s.liveMessage.reset(); });
+        } else if (!answer.empty()) {
             auto references = replyReferences(answer, stream.pageLine(), toolReferences);
             sink_->change([references = std::move(references)](ChatDetailState& s) {
                 if (s.liveMessage) s.liveMessage->references = references;

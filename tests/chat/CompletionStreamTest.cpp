@@ -305,6 +305,7 @@ TEST_F(CompletionStreamTest, FailuresReadWithTheirWords) {
         int64_t customModelId = -1;
         std::string words;
         std::string partial;
+        CompletionStream::Ending ending = CompletionStream::Ending::failed;
     };
     const std::string tooLong =
         "Your prompt is too long. Try switching to another model or edit your prompt.";
@@ -319,11 +320,12 @@ TEST_F(CompletionStreamTest, FailuresReadWithTheirWords) {
     dropped.content("Half of it");
     const std::vector<Case> cases{
         {"401", test::plainResponse(errorBody, 401), 0, -1,
-         leadIn + "Incorrect API key provided: sk-test.", ""},
+         leadIn + "Incorrect API key provided: sk-test.", "", CompletionStream::Ending::rejected},
         {"error inside the stream", test::chunkedResponse(partial, 200, {}, 2ms), 0, -1,
-         leadIn + "Incorrect API key provided: sk-test.", "Partial answer"},
+         leadIn + "Incorrect API key provided: sk-test.", "Partial answer",
+         CompletionStream::Ending::rejected},
         {"another provider", test::plainResponse(errorBody, 401), 4096, -1,
-         leadIn + "Incorrect API key provided: sk-test.", ""},
+         leadIn + "Incorrect API key provided: sk-test.", "", CompletionStream::Ending::rejected},
         {"route", test::plainResponse(errorBody, 401), 0, 999, "Initialization failed.", ""},
         {"too long", test::plainResponse(errorBody, 401), 3, -1, tooLong, ""},
         {"a dropped connection", test::chunkedResponse(dropped.events(), 200, {}, 1ms, true), 0, -1,
@@ -339,7 +341,7 @@ TEST_F(CompletionStreamTest, FailuresReadWithTheirWords) {
         const size_t requestsBefore = server.requests().size();
         const Outcome outcome = drive(conversation);
         EXPECT_LE(server.requests().size(), requestsBefore + 1) << "nothing is retried";
-        EXPECT_EQ(outcome.ending, CompletionStream::Ending::failed);
+        EXPECT_EQ(outcome.ending, c.ending);
         EXPECT_EQ(sink->lastError, c.words);
         EXPECT_EQ(sink->state, AssistantState::failed);
         EXPECT_EQ(sink->live, c.partial);

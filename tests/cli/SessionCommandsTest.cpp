@@ -66,7 +66,7 @@ TEST_F(SessionCommandsTest, ARejectedQuestionPrintsTheProvidersWordsAndFails) {
     EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr("Anything?"));
 }
 
-TEST_F(SessionCommandsTest, AStreamThatDoesNotEndWellFailsAndKeepsWhatCame) {
+TEST_F(SessionCommandsTest, AStreamThatDoesNotEndWellFailsWithoutAFooter) {
     const auto script = [](std::string partial, std::string ending) {
         test::ChatScript chat;
         chat.events = {test::contentEvent(partial), ending};
@@ -79,21 +79,35 @@ TEST_F(SessionCommandsTest, AStreamThatDoesNotEndWellFailsAndKeepsWhatCame) {
         server,
         {script("Partial answer", "data: {\"error\":{\"message\":\"Quota exceeded.\"}}\n\n"),
          script("Half an answer", R"(data: {"choices":[{"delta":{"content":"and)"), plain});
-    const std::vector<std::tuple<const char*, std::string, std::string>> cases = {
+    struct Case {
+        const char* name;
+        std::string words;
+        std::string shown;  // printed as it came
+        bool kept;          // stored in the chat
+    };
+    const std::vector<Case> cases = {
+        // The server's error ends the answer: what came before is no answer.
         {"an error event",
          "Sorry, OpenAI has rejected your request. Here is the error message from OpenAI: Quota "
          "exceeded.",
-         "Partial answer"},
-        {"a body cut inside an event", "The answer was cut off", "Half an answer"},
-        {"a plain answer", "instead of a stream", ""},
+         "Partial answer", false},
+        // A connection cut short keeps the answer as far as it got.
+        {"a body cut inside an event", "The answer was cut off", "Half an answer", true},
+        {"a plain answer", "instead of a stream", "", false},
     };
-    for (const auto& [name, words, kept] : cases) {
-        SCOPED_TRACE(name);
-        const auto asked = cli({"ask", chatId, std::string("Question on ") + name});
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string question = std::string("Question on ") + c.name;
+        const auto asked = cli({"ask", chatId, question});
         EXPECT_EQ(asked.exitCode, 1);
-        EXPECT_THAT(asked.err, HasSubstr(words));
-        if (!kept.empty()) {
-            EXPECT_THAT(cli({"messages", chatId}).out, HasSubstr(kept));
+        EXPECT_THAT(asked.err, HasSubstr(c.words));
+        EXPECT_THAT(asked.out, HasSubstr(c.shown));
+        EXPECT_THAT(asked.out, Not(HasSubstr("Cost of the chat")));
+        EXPECT_THAT(asked.out, Not(HasSubstr("Page:")));
+        const auto messages = cli({"messages", chatId}).out;
+        EXPECT_THAT(messages, HasSubstr(question));
+        if (!c.shown.empty()) {
+            EXPECT_EQ(messages.find(c.shown) != std::string::npos, c.kept) << messages;
         }
     }
     const auto empty = cli({"ask", chatId, " "});
