@@ -168,6 +168,20 @@ int addModel(CliContext& context, CustomModelListViewModel& list, CliArguments a
         fields.headers.push_back({text.substr(0, equals), text.substr(equals + 1)});
         hasKey = hasKey || CustomModelSecrets::isSecretHeader(fields.headers.back().key);
     }
+    // Values that can never work are bad arguments, refused before anything is
+    // read or stored. The context length is checked for every provider (the
+    // form checks it only for some) before a row is added for it.
+    const auto contextLength = CustomModelFormCheck::parseContextLength(contextField);
+    if (!contextLength || *contextLength < 1) {
+        throw UsageError(
+            "The custom model was not saved: the context length must be a whole number of "
+            "tokens above 0.");
+    }
+    fields.contextLength = *contextLength;
+    if (auto problem = CustomModelFormCheck::problem(provider, fields.name, fields.apiEndpoint,
+                                                     contextField)) {
+        throw UsageError("The custom model was not saved: " + *problem + ".");
+    }
     // As the settings do, the key is then kept in memory: here, only until the
     // command ends.
     if (hasKey && !context.preferences().isSecretStoreAvailable()) {
@@ -183,18 +197,6 @@ int addModel(CliContext& context, CustomModelListViewModel& list, CliArguments a
         const std::string keyHeader = provider == providers::anthropicAI ? "x-api-key" : "api-key";
         std::erase_if(fields.headers, [&](const auto& header) { return header.key == keyHeader; });
         fields.headers.push_back({keyHeader, key});
-    }
-
-    if (auto problem = CustomModelFormCheck::problem(provider, fields.name, fields.apiEndpoint,
-                                                     contextField)) {
-        throw std::runtime_error("The custom model was not saved: " + *problem + ".");
-    }
-    fields.contextLength = *CustomModelFormCheck::parseContextLength(contextField);
-    // Checked before a row is added for it: the form's own check comes after.
-    if (fields.contextLength < 1) {
-        throw std::runtime_error(
-            "The custom model was not saved: the context length must be a whole number of "
-            "tokens above 0.");
     }
 
     const size_t before = list.state().models.size();

@@ -153,19 +153,26 @@ TEST_F(ChatListCliTest, ModelsAddListDefaultAndRemove) {
 }
 
 TEST_F(ChatListCliTest, ModelsAddRefusesWhatTheFormWouldRefuse) {
-    const auto noPath = cli({"models", "add", "LocalAI", "--endpoint", "http://127.0.0.1:8080/v1"});
-    EXPECT_EQ(noPath.exitCode, 1);
-    EXPECT_THAT(noPath.err, HasSubstr("The custom model was not saved: invalid endpoint."));
-    const auto context = cli({"models", "add", "Ollama", "--context", "lots"});
-    EXPECT_EQ(context.exitCode, 1);
-    EXPECT_THAT(context.err, HasSubstr("no context length"));
-    const auto negative = cli({"models", "add", "Ollama", "--context", "-5"});
-    EXPECT_EQ(negative.exitCode, 1);
-    EXPECT_THAT(negative.err, HasSubstr("the context length must be a whole number"));
-    const auto provider = cli({"models", "add", "Nowhere"});
-    EXPECT_EQ(provider.exitCode, 2);
-    EXPECT_THAT(provider.err, HasSubstr("Unknown provider: Nowhere"));
-    EXPECT_EQ(cli({"models", "add", "LocalAI", "--header", "novalue"}).exitCode, 2);
+    // Each is a value that can never work: a usage error, nothing stored.
+    const std::string badContext = "the context length must be a whole number of tokens above 0";
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"LocalAI", "--endpoint", "http://127.0.0.1:8080/v1"},
+         "The custom model was not saved: invalid endpoint."},
+        {{"Ollama", "--context", "lots"}, badContext},
+        {{"Ollama", "--context", "-5"}, badContext},
+        {{"Ollama", "--context", "0"}, badContext},
+        {{"OpenRouter", "--context", "abc"}, badContext},
+        {{"Nowhere"}, "Unknown provider: Nowhere"},
+        {{"LocalAI", "--header", "novalue"}, "A header is KEY=VALUE: novalue"},
+    };
+    for (const auto& [arguments, words] : cases) {
+        std::vector<std::string> command = {"models", "add"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        SCOPED_TRACE(::testing::PrintToString(command));
+        const auto added = cli(command);
+        EXPECT_EQ(added.exitCode, 2);
+        EXPECT_THAT(added.err, HasSubstr(words));
+    }
     EXPECT_TRUE(jsonLines({"models", "list", "--json"}).empty());
 }
 
