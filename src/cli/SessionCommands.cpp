@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <ostream>
 
+#include "chat/AppChatServiceError.h"
 #include "cli/ChatSession.h"
 #include "cli/CliArguments.h"
 #include "cli/CliContext.h"
@@ -53,6 +54,10 @@ int runAskCommand(CliContext& context, const CliArguments& arguments) {
     if (args.size() < 2) throw UsageError("ask needs a question");
     expectNoMoreArguments(args, 2);
     const std::string question = args[1];
+    // A question of blanks could never be sent: refused before the chat loads.
+    if (question.find_first_not_of(" \t\r\n") == std::string::npos) {
+        throw UsageError(AppChatServiceError::description(AppChatServiceError::Case::emptyMessage));
+    }
     std::string imageUrl;
     if (image) {
         if (!std::filesystem::is_regular_file(*image)) {

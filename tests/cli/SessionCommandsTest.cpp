@@ -110,9 +110,18 @@ TEST_F(SessionCommandsTest, AStreamThatDoesNotEndWellFailsWithoutAFooter) {
             EXPECT_EQ(messages.find(c.shown) != std::string::npos, c.kept) << messages;
         }
     }
-    const auto empty = cli({"ask", chatId, " "});
-    EXPECT_EQ(empty.exitCode, 1);
-    EXPECT_THAT(empty.err, HasSubstr("The message cannot be empty."));
+}
+
+TEST_F(SessionCommandsTest, AnEmptyQuestionIsAUsageErrorBeforeTheChatIsIndexed) {
+    for (const char* question : {"", " ", " \t\n "}) {
+        SCOPED_TRACE(::testing::PrintToString(question));
+        const auto asked = cli({"ask", chatId, question});
+        EXPECT_EQ(asked.exitCode, 2);
+        EXPECT_THAT(asked.err, HasSubstr("The message cannot be empty."));
+        EXPECT_THAT(asked.err, Not(HasSubstr("Indexing")));
+    }
+    EXPECT_EQ(cli({"messages", chatId}).out, "");
+    EXPECT_TRUE(test::chatRequestBodies(server).empty());
 }
 
 TEST_F(SessionCommandsTest, RegenerateAndEditSendTheQuestionAgain) {
