@@ -11,7 +11,7 @@ namespace folvane {
 // index CHAT_ID: loads the chat's stored rows and embeds the documents that
 // have none, with the progress on stderr; then one line per document (a
 // failed one's reason on stderr) and the pages per second of the documents
-// embedded.
+// embedded. Exits 1 when any document failed, also when the others answer.
 int runIndexCommand(CliContext& context, const CliArguments& arguments) {
     CliArguments args = arguments;
     if (args.empty()) throw UsageError("index needs a chat id");
@@ -22,7 +22,9 @@ int runIndexCommand(CliContext& context, const CliArguments& arguments) {
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
-    for (const auto& document : session.state().allDocuments) session.printDocument(document);
+    const auto& documents = session.state().allDocuments;
+    size_t failed = 0;
+    for (const auto& document : documents) failed += session.printDocument(document) ? 1 : 0;
     size_t chunks = 0;
     if (const ChatIndexer* indexer = session.viewModel().indexer()) {
         const auto indexes = indexer->indexes();
@@ -38,7 +40,10 @@ int runIndexCommand(CliContext& context, const CliArguments& arguments) {
     out << chunks << " chunks ready in " << elapsed << " s";
     if (pages > 0) out << "; " << pages << " pages embedded, " << rate << " pages per second";
     out << '\n';
-    return 0;
+    if (failed == 0) return 0;
+    context.err() << failed << " of " << documents.size()
+                  << " documents could not be indexed; the chat answers from the others.\n";
+    return 1;
 }
 
 }  // namespace folvane

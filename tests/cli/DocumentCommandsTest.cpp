@@ -88,9 +88,10 @@ TEST_F(DocumentCommandsTest, StoredRowsThatCannotBeReadFailTheirDocumentWithTheR
     SqliteConnection::open(database())
         ->execute("UPDATE embeddings SET indexItem = '{\"id\": 7}' WHERE bookmarkId = " + bookmark);
 
-    // The other document still answers.
+    // The other document still answers, and the failure is not reported as done.
     auto one = cli({"index", chat});
-    EXPECT_EQ(one.exitCode, 0) << one.err;
+    EXPECT_EQ(one.exitCode, 1) << one.err;
+    EXPECT_NE(one.err.find("1 of 2 documents could not be indexed"), std::string::npos) << one.err;
     EXPECT_NE(one.out.find(bookmark + "\tfailed\t"), std::string::npos) << one.out;
     EXPECT_NE(one.out.find("1 chunks ready"), std::string::npos) << one.out;
     EXPECT_NE(one.err.find("Invalid index item in the database"), std::string::npos) << one.err;
