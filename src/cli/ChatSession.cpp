@@ -135,8 +135,13 @@ int ChatSession::runIndexing(ChatDetailInput input) {
 bool ChatSession::printDocument(const DocumentInfo& document) {
     context_.out() << document.bookmark.id << '\t' << rawValue(document.indexingState) << '\t'
                    << document.fileUrl << '\n';
-    if (document.indexingState != IndexingState::failed) return false;
     const auto path = pathFromFileUrl(document.fileUrl);
+    if (document.indexingState != IndexingState::failed) {
+        if (!document.warning.empty()) {
+            context_.err() << (path ? *path : document.fileUrl) << ": " << document.warning << '\n';
+        }
+        return false;
+    }
     context_.err() << (path ? *path : document.fileUrl) << ": "
                    << (document.errorMessage.empty() ? "Failed to process the document."
                                                      : document.errorMessage)

@@ -46,8 +46,8 @@ class ChatSession {
     // documents embedded meanwhile.
     int runIndexing(ChatDetailInput input);
     // One line on standard output for a document: its bookmark id, its state
-    // and its file; a failed document's reason goes to standard error. True
-    // when it failed.
+    // and its file; a failed document's reason, or an indexed one's warning,
+    // goes to standard error. True when it failed.
     bool printDocument(const DocumentInfo& document);
     // Starts a request with start() and streams the reply to standard output,
     // the assistant's states to standard error, then the reply's references

@@ -294,11 +294,18 @@ ChatIndexer::Outcome ChatIndexer::processDocument(std::stop_token stop,
     const size_t pagesWithText =
         size_t(std::count_if(pages.begin(), pages.end(),
                              [](const Document& page) { return !page.pageContent.empty(); }));
-    if (auto warning =
-            ExtractionWarning::of(name, pdf->pageCount(), pdf->wasRepaired(), pagesWithText)) {
-        if (warning->fatal) throw DocumentError(warning->text);
-        // The pages that could be read are indexed; the rest is missing.
-        log(warning->text);
+    const auto warning =
+        ExtractionWarning::of(name, pdf->pageCount(), pdf->wasRepaired(), pagesWithText);
+    if (warning && warning->fatal) throw DocumentError(warning->text);
+    {
+        // The pages that could be read are indexed; the document says that the
+        // rest may be missing.
+        std::lock_guard lock(mutex_);
+        for (auto& document : state_.documents) {
+            if (document.bookmark.id == bookmark.id)
+                document.warning = warning ? warning->text : "";
+        }
+        publish();
     }
     std::vector<Document> chunks = splitter.splitDocuments(pages, ChunkHeaderOptions{});
     const std::string idText = std::to_string(bookmark.id);

@@ -33,7 +33,8 @@ namespace folvane {
 // posts it on and must not call back into the indexer.
 //
 // A document that fails is marked failed with the reason in its
-// errorMessage; the other documents go on. Only one indexer in all processes
+// errorMessage; the other documents go on. One that is indexed though part of
+// it could not be read says so in its warning. Only one indexer in all processes
 // indexes a document at a time: the others wait for it and then read its rows.
 class ChatIndexer {
   public:

@@ -22,6 +22,10 @@ struct DocumentInfo {
     std::optional<uint64_t> fileSize;  // reserved; left absent
     bool isStale = false;              // the access data no longer reach the file for sure
     std::string errorMessage;          // empty, or the text of the document list
+    // What the user should know of a document that was indexed all the same
+    // (a damaged file whose readable pages were indexed), from its last
+    // indexing in this session; empty when there is nothing to say.
+    std::string warning;
     IndexingState indexingState = IndexingState::none;
 
     bool operator==(const DocumentInfo&) const = default;

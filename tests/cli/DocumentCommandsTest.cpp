@@ -103,6 +103,27 @@ TEST_F(DocumentCommandsTest, StoredRowsThatCannotBeReadFailTheirDocumentWithTheR
         << none.err;
 }
 
+TEST_F(DocumentCommandsTest, ADocumentCutShortIsIndexedWithAWarning) {
+    const std::string whole = test::makePdf(
+        {"The first page speaks of tides and harbours.", "The second page speaks of lighthouses."});
+    const std::string cut = whole.substr(0, whole.rfind("xref"));
+    test::writeFile(home / "tail.pdf", cut);
+    test::writeFile(home / "added.pdf", cut);
+    const std::string warning =
+        "is damaged or cut short: some of its pages or text may be missing.";
+
+    const std::string chat = openKeylessChat({home / "tail.pdf"});
+    const auto indexed = cli({"index", chat});
+    EXPECT_EQ(indexed.exitCode, 0) << indexed.err;
+    EXPECT_NE(indexed.out.find("\tindexed\t"), std::string::npos) << indexed.out;
+    EXPECT_NE(indexed.err.find("tail.pdf: “tail.pdf” " + warning), std::string::npos)
+        << indexed.err;
+
+    const auto added = cli({"add-documents", chat, home / "added.pdf"});
+    EXPECT_EQ(added.exitCode, 0) << added.err;
+    EXPECT_NE(added.err.find("“added.pdf” " + warning), std::string::npos) << added.err;
+}
+
 TEST_F(DocumentCommandsTest, ErrorsSpeakToTheUser) {
     const struct {
         std::vector<std::string> args;

@@ -330,7 +330,11 @@ TEST_F(ChatIndexerTest, FiveFailedChunksInABatchAreDroppedAndSixFailTheDocument)
 TEST_F(ChatIndexerTest, ADocumentThatCannotBeReadFailsWithItsCauseAndTheOthersGoOn) {
     const auto gone = pdf("gone.pdf", 1);
     const auto damaged = pdf("damaged.pdf", 1);
-    const auto conversation = chat({pdf("good.pdf", 1), gone, damaged});
+    // A file cut short before its cross-reference table: its pages are still read.
+    const std::string whole = test::makePdf({pageText(1), pageText(2), pageText(3)});
+    test::writeFile(dir / "tail.pdf", whole.substr(0, whole.rfind("xref")));
+    const auto conversation =
+        chat({pdf("good.pdf", 1), gone, damaged, fileUrlFromPath(dir / "tail.pdf")});
     // What can happen between intake and indexing: a file deleted, one
     // overwritten by something that is no PDF, one without any text.
     std::filesystem::remove(*pathFromFileUrl(gone));
@@ -342,6 +346,11 @@ TEST_F(ChatIndexerTest, ADocumentThatCannotBeReadFailsWithItsCauseAndTheOthersGo
     auto state = indexer->state();
     EXPECT_EQ(state.loadingState, LoadingState::loaded);
     EXPECT_EQ(state.documents[0].indexingState, IndexingState::indexed);
+    EXPECT_EQ(state.documents[0].warning, "");
+    // The cut file is indexed and says that part of it may be missing.
+    EXPECT_EQ(state.documents[3].indexingState, IndexingState::indexed);
+    EXPECT_EQ(state.documents[3].warning,
+              "“tail.pdf” is damaged or cut short: some of its pages or text may be missing.");
     const struct {
         size_t document;
         const char* words;
@@ -355,7 +364,7 @@ TEST_F(ChatIndexerTest, ADocumentThatCannotBeReadFailsWithItsCauseAndTheOthersGo
 
     // Removing a failed document always works.
     indexer->removeFromChat(conversation.extraBookmarkIds[0]);
-    EXPECT_EQ(indexer->state().documents.size(), 2u);
+    EXPECT_EQ(indexer->state().documents.size(), 3u);
 
     // A chat whose only document gives no text fails with that reason.
     auto blank = loaded(blankChat);
