@@ -48,7 +48,10 @@ int runChatsCommand(CliContext& context, const CliArguments& arguments) {
         << "MODEL\n";
     for (const auto& chat : chats) {
         std::string title = chat.title;
-        if (title.size() > 38) title = title.substr(0, 35) + "...";
+        if (title.size() > 38) {
+            title.resize(35);
+            title += "...";
+        }
         out << std::left << std::setw(6) << chat.id << std::setw(40) << title << std::setw(6)
             << chat.allBookmarkIds().size() << std::setw(10) << chat.messageCount.value_or(0)
             << modelLabel(service, chat) << '\n';

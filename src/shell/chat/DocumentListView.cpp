@@ -180,6 +180,11 @@ QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot&
         case IndexingState::indexed:
             if (!document.isStale && !document.errorMessage.empty())
                 layout->addWidget(wrappedLabel(QString::fromStdString(document.errorMessage), row));
+            if (!document.warning.empty()) {
+                auto* warning = wrappedLabel(QString::fromStdString(document.warning), row);
+                warning->setStyleSheet(QStringLiteral("color: #b9770e"));
+                layout->addWidget(warning);
+            }
             break;
     }
     return row;

@@ -80,8 +80,10 @@ class DocumentListViewTest : public QObject {
             stale.errorMessage = DocumentInfo::movedOrDeletedMessage;
             auto failed = document(2, "/docs/scan.pdf", IndexingState::failed);
             failed.errorMessage = "The document could not be read.";
-            s.allDocuments = {document(1, "/docs/main.pdf", IndexingState::indexing), failed,
-                              stale};
+            auto damaged = document(4, "/docs/cut.pdf", IndexingState::indexed);
+            damaged.warning = "“cut.pdf” is damaged or cut short.";
+            s.allDocuments = {document(1, "/docs/main.pdf", IndexingState::indexing), failed, stale,
+                              damaged};
             s.loadingState = LoadingState::indexing;
             s.indexingProgress = 40;
             s.totalPageNumber = 10;
@@ -95,6 +97,7 @@ class DocumentListViewTest : public QObject {
         QVERIFY(showsText(view, "Indexing... 40%"));
         QVERIFY(showsText(view, "The document could not be read."));
         QVERIFY(showsText(view, DocumentInfo::movedOrDeletedMessage));
+        QVERIFY(showsText(view, "“cut.pdf” is damaged or cut short."));
         auto bars = view.findChildren<QProgressBar*>();
         QCOMPARE(bars.size(), 1);
         QCOMPARE(bars.front()->value(), 40);
