@@ -31,7 +31,7 @@ std::vector<Bookmark> BookmarkModel::readAll(Statement& query) const {
 }
 
 std::vector<Bookmark> BookmarkModel::getAll() const {
-    auto query = db_->prepare(std::string(selectColumns) + "ORDER BY createdAt DESC");
+    auto query = db_->prepare(selectWith(selectColumns, "ORDER BY createdAt DESC"));
     return readAll(query);
 }
 
@@ -39,13 +39,13 @@ std::vector<Bookmark> BookmarkModel::getAll(const std::vector<int64_t>& ids) con
     if (ids.empty()) return {};
     std::string placeholders;
     for (size_t i = 0; i < ids.size(); ++i) placeholders += i == 0 ? "?" : ", ?";
-    auto query = db_->prepare(std::string(selectColumns) + "WHERE id IN (" + placeholders + ")");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE id IN (" + placeholders + ")"));
     for (int64_t id : ids) query.bind(id);
     return readAll(query);
 }
 
 std::optional<Bookmark> BookmarkModel::find(int64_t id) const {
-    auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE id = ? LIMIT 1"));
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readBookmark(query);
@@ -53,8 +53,7 @@ std::optional<Bookmark> BookmarkModel::find(int64_t id) const {
 
 std::optional<Bookmark> BookmarkModel::find(const std::string& filePath,
                                             const std::string& hash) const {
-    auto query =
-        db_->prepare(std::string(selectColumns) + "WHERE hash = ? AND filePath = ? LIMIT 1");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE hash = ? AND filePath = ? LIMIT 1"));
     query.bind(hash, filePath);
     if (!query.step()) return std::nullopt;
     return readBookmark(query);

@@ -61,7 +61,7 @@ std::vector<Conversation> ConversationTable::getAll(int64_t afterId) const {
     std::vector<Conversation> result;
     try {
         auto query =
-            db_->prepare(std::string(selectColumns) + "WHERE id > ? ORDER BY updatedAt DESC");
+            db_->prepare(selectWith(selectColumns, "WHERE id > ? ORDER BY updatedAt DESC"));
         query.bind(afterId);
         while (query.step()) result.push_back(readConversation(query));
     } catch (const std::exception& error) {
@@ -71,15 +71,15 @@ std::vector<Conversation> ConversationTable::getAll(int64_t afterId) const {
 }
 
 std::optional<Conversation> ConversationTable::find(int64_t id) const {
-    auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE id = ? LIMIT 1"));
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readConversation(query);
 }
 
 std::optional<Conversation> ConversationTable::findLatest(int64_t bookmarkId) const {
-    auto query = db_->prepare(std::string(selectColumns) +
-                              "WHERE bookmarkId = ? ORDER BY createdAt DESC, id DESC LIMIT 1");
+    auto query = db_->prepare(
+        selectWith(selectColumns, "WHERE bookmarkId = ? ORDER BY createdAt DESC, id DESC LIMIT 1"));
     query.bind(bookmarkId);
     if (!query.step()) return std::nullopt;
     return readConversation(query);

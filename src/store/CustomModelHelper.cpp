@@ -55,8 +55,8 @@ std::optional<std::string> headersJson(
 std::vector<CustomModel> CustomModelHelper::getAll() const {
     std::vector<CustomModel> result;
     try {
-        auto query = db_->prepare(std::string(selectColumns) +
-                                  "WHERE id > 0 AND deleted = 0 ORDER BY createdAt ASC");
+        auto query = db_->prepare(
+            selectWith(selectColumns, "WHERE id > 0 AND deleted = 0 ORDER BY createdAt ASC"));
         while (query.step()) result.push_back(readModel(query));
     } catch (const std::exception& error) {
         log(std::string("CustomModelHelper.getAll failed: ") + error.what());
@@ -65,7 +65,7 @@ std::vector<CustomModel> CustomModelHelper::getAll() const {
 }
 
 std::optional<CustomModel> CustomModelHelper::find(int64_t id) const {
-    auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? AND deleted = 0 LIMIT 1");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE id = ? AND deleted = 0 LIMIT 1"));
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readModel(query);

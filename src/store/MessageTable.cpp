@@ -61,8 +61,8 @@ std::optional<std::string> referencesJson(const Message& message) {
 std::vector<Message> MessageTable::getAll(int64_t conversationId, int64_t afterId) const {
     std::vector<Message> result;
     try {
-        auto query = db_->prepare(std::string(selectColumns) +
-                                  "WHERE conversationId = ? AND id > ? ORDER BY createdAt ASC");
+        auto query = db_->prepare(selectWith(
+            selectColumns, "WHERE conversationId = ? AND id > ? ORDER BY createdAt ASC"));
         query.bind(conversationId, afterId);
         while (query.step()) result.push_back(readMessage(query));
     } catch (const std::exception& error) {
@@ -72,7 +72,7 @@ std::vector<Message> MessageTable::getAll(int64_t conversationId, int64_t afterI
 }
 
 std::optional<Message> MessageTable::find(int64_t id) const {
-    auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE id = ? LIMIT 1"));
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readMessage(query);

@@ -1,6 +1,7 @@
 #include "store/PromptTable.h"
 
 #include "platform/Log.h"
+#include "store/RowReading.h"
 
 namespace folvane {
 
@@ -32,7 +33,7 @@ std::vector<Prompt> PromptTable::getAll() const {
 }
 
 std::optional<Prompt> PromptTable::find(int64_t id) const {
-    auto query = db_->prepare(std::string(selectColumns) + "WHERE id = ? LIMIT 1");
+    auto query = db_->prepare(selectWith(selectColumns, "WHERE id = ? LIMIT 1"));
     query.bind(id);
     if (!query.step()) return std::nullopt;
     return readPrompt(query);

@@ -15,4 +15,11 @@ nlohmann::json readJson(const Statement& row, int column) {
     return value;
 }
 
+std::string selectWith(std::string_view select, std::string_view clause) {
+    std::string sql;
+    sql.reserve(select.size() + clause.size());
+    sql.append(select).append(clause);
+    return sql;
+}
+
 }  // namespace folvane

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 #include "store/Date.h"
 #include "store/SqliteConnection.h"
@@ -14,5 +15,10 @@ namespace folvane {
 Date readDate(const Statement& row, int column);
 // A JSON column; text that does not parse is a broken row.
 nlohmann::json readJson(const Statement& row, int column);
+
+// A query's text: a table's fixed select and the clause that follows it. Built
+// in one buffer, since GCC 12 misreads `std::string(head) + clause` as writing
+// past the temporary's end.
+std::string selectWith(std::string_view select, std::string_view clause);
 
 }  // namespace folvane
