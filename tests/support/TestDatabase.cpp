@@ -5,7 +5,7 @@
 namespace folvane::test {
 
 std::shared_ptr<SqliteConnection> makeDatabase(const std::string& path, int version) {
-    const std::string resources = std::string(FOLVANE_TEST_SOURCE_DIR) + "/../resources/";
+    const std::string resources = FOLVANE_TEST_SOURCE_DIR "/../resources/";
     auto db = SqliteConnection::create(path);
     db->execute(readFile(resources + "seed.sql"));
     for (int step : {1, 3, 4, 5}) {
