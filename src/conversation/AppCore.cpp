@@ -4,6 +4,7 @@
 #include "conversation/ChatListViewModel.h"
 #include "conversation/CustomModelListViewModel.h"
 #include "conversation/FirstStartStep.h"
+#include "conversation/PromptListViewModel.h"
 #include "platform/CurlHttpClient.h"
 #include "platform/Log.h"
 #include "platform/MuPdfPageCounter.h"
@@ -64,6 +65,11 @@ ChatListViewModel& AppCore::chatList() {
             });
     }
     return *chatList_;
+}
+
+PromptListViewModel& AppCore::promptList() {
+    if (!promptList_) promptList_ = std::make_unique<PromptListViewModel>(service(), mainQueue_);
+    return *promptList_;
 }
 
 ChatDetailServices AppCore::chatDetailServices(MainQueue& mainQueue) {

@@ -16,6 +16,7 @@ class FileTagStore;
 class HttpClient;
 class MainQueue;
 class PdfPageCounter;
+class PromptListViewModel;
 
 // The root of the core's object graph. A front end's main makes one over the
 // program's paths and its main queue, and takes from it the shared objects and
@@ -25,7 +26,7 @@ class PdfPageCounter;
 // settings never opens the database): the settings (and runs the first-start
 // step with them), the one HTTP client that every wire client and the remote
 // embedder share, the chat service over the database, the page counter, the
-// file-tag store, and the chat list. Used from the main thread.
+// file-tag store, the chat list and the prompt list. Used from the main thread.
 class AppCore {
   public:
     AppCore(AppPaths paths, MainQueue& mainQueue);
@@ -47,6 +48,8 @@ class AppCore {
     // The list of every chat, synced by its owner. Its chats' view models run
     // on the core's main queue.
     ChatListViewModel& chatList();
+    // The prompt library, synced by its owner, posting to the core's main queue.
+    PromptListViewModel& promptList();
     // What a chat's view model works with, its indexer factory wired, posting
     // to the given main queue.
     ChatDetailServices chatDetailServices(MainQueue& mainQueue);
@@ -69,6 +72,7 @@ class AppCore {
     std::unique_ptr<AppChatService> service_;
     // Last: its chats hold the service and the settings.
     std::unique_ptr<ChatListViewModel> chatList_;
+    std::unique_ptr<PromptListViewModel> promptList_;
 };
 
 }  // namespace folvane
