@@ -5,6 +5,7 @@
 #include "conversation/CustomModelListViewModel.h"
 #include "conversation/FirstStartStep.h"
 #include "conversation/PromptListViewModel.h"
+#include "conversation/ProviderFormViewModel.h"
 #include "platform/CurlHttpClient.h"
 #include "platform/Log.h"
 #include "platform/MuPdfPageCounter.h"
@@ -110,6 +111,16 @@ FileOpener AppCore::fileOpener() {
 
 std::unique_ptr<CustomModelListViewModel> AppCore::makeCustomModelList() {
     return std::make_unique<CustomModelListViewModel>(service(), preferences());
+}
+
+std::unique_ptr<ProviderFormViewModel> AppCore::makeProviderForm(const CustomModel& model) {
+    return std::make_unique<ProviderFormViewModel>(service(), preferences(), http(), mainQueue_,
+                                                   ProviderEndpoints{}, model);
+}
+
+std::unique_ptr<ProviderFormViewModel> AppCore::makeProviderForm(ProviderForm form) {
+    return std::make_unique<ProviderFormViewModel>(service(), preferences(), http(), mainQueue_,
+                                                   ProviderEndpoints{}, form);
 }
 
 }  // namespace folvane

@@ -5,6 +5,8 @@
 #include "conversation/ChatDetailViewModel.h"
 #include "conversation/FileOpener.h"
 #include "platform/AppPaths.h"
+#include "providers/ProviderForm.h"
+#include "store/CustomModel.h"
 
 namespace folvane {
 
@@ -16,6 +18,7 @@ class FileTagStore;
 class HttpClient;
 class MainQueue;
 class PdfPageCounter;
+class ProviderFormViewModel;
 class PromptListViewModel;
 
 // The root of the core's object graph. A front end's main makes one over the
@@ -59,6 +62,11 @@ class AppCore {
     std::unique_ptr<ChatIndexer> makeIndexer(const Conversation& conversation,
                                              ChatIndexer::Listener listener);
     std::unique_ptr<CustomModelListViewModel> makeCustomModelList();
+    // The settings form of a custom model's row, and the OpenAI form or key
+    // modal; their checks go to the providers' public addresses through the
+    // shared HTTP client and post to the core's main queue.
+    std::unique_ptr<ProviderFormViewModel> makeProviderForm(const CustomModel& model);
+    std::unique_ptr<ProviderFormViewModel> makeProviderForm(ProviderForm form);
     // The road by which files become a chat, over the service and the chat list.
     FileOpener fileOpener();
 
