@@ -23,7 +23,7 @@
 #include "shell/chat/ComposeBox.h"
 #include "shell/chat/DocumentListView.h"
 #include "shell/chat/IndexingStatusView.h"
-#include "shell/chat/OpenAIKeySheet.h"
+#include "shell/chat/OpenAIKeyModalView.h"
 #include "shell/chat/TranscriptView.h"
 #include "shell/viewer/DocumentPane.h"
 #include "store/AppPreferences.h"
@@ -213,8 +213,9 @@ void ChatWindow::applyAlwaysOnTop() {
 }
 
 void ChatWindow::askForKey() {
-    if (findChild<OpenAIKeySheet*>()) return;
-    auto* sheet = new OpenAIKeySheet(windows_.core().preferences(), this);
+    if (findChild<OpenAIKeyModalView*>()) return;
+    auto* sheet = new OpenAIKeyModalView(
+        windows_.core().makeProviderForm(ProviderForm::openAIKeyModal), this);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     // Without a key the documents were not read: now they can be.
     connect(sheet, &QDialog::accepted, this, [this] { chat_->trigger(chat_input::LoadIndex{}); });
