@@ -22,8 +22,12 @@ constexpr std::array<std::pair<PromptSortKey, std::string_view>, 4> rawValues{{
 
 std::unique_ptr<icu::Collator> readersCollator() {
     UErrorCode status = U_ZERO_ERROR;
+    // The C locale reads as en_US_POSIX, whose collation puts every capital
+    // first; it names no language, so the root collation stands in for it.
+    const icu::Locale& locale = icu::Locale::getDefault();
+    const bool posix = std::string_view(locale.getVariant()) == "POSIX";
     std::unique_ptr<icu::Collator> collator(
-        icu::Collator::createInstance(icu::Locale::getDefault(), status));
+        icu::Collator::createInstance(posix ? icu::Locale::getRoot() : locale, status));
     if (U_FAILURE(status)) return nullptr;
     collator->setStrength(icu::Collator::SECONDARY);
     collator->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
