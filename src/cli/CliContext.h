@@ -65,6 +65,7 @@ int runReprocessCommand(CliContext& context, const CliArguments& args);
 int runRetrieveCommand(CliContext& context, const CliArguments& args);
 int runExportIndexCommand(CliContext& context, const CliArguments& args);
 int runModelsCommand(CliContext& context, const CliArguments& args);
+int runPromptsCommand(CliContext& context, const CliArguments& args);
 int runExportCommand(CliContext& context, const CliArguments& args);
 int runForkCommand(CliContext& context, const CliArguments& args);
 int runRemoveCommand(CliContext& context, const CliArguments& args);

@@ -64,6 +64,9 @@ Commands:
                                   write a chat to a file
   models list | add PROVIDER [OPTIONS] | default ID | remove ID
                                   manage custom models on OpenAI-compatible servers
+  prompts list | add NAME TEXT | edit ID [OPTIONS] | duplicate ID | remove ID... |
+          move ID POSITION | find QUERY
+                                  manage the prompt library; find lists what the picker shows
   help                            show this text
 
 Options:
@@ -93,6 +96,7 @@ const std::map<std::string, Command> commands{
     {"retrieve", folvane::runRetrieveCommand},
     {"export-index", folvane::runExportIndexCommand},
     {"models", folvane::runModelsCommand},
+    {"prompts", folvane::runPromptsCommand},
     {"export", folvane::runExportCommand},
     {"fork", folvane::runForkCommand},
     {"remove", folvane::runRemoveCommand},
