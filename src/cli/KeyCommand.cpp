@@ -1,18 +1,24 @@
-// folvane-cli key set | clear | status
+// folvane-cli key set [--no-check] | clear | status
 //
 // The key is read from standard input, never from the command line, where it
-// would be seen by other processes and kept in the shell's history.
+// would be seen by other processes and kept in the shell's history. `set`
+// checks it first as the OpenAI settings form does (with the customHost and
+// organization when a host is set), through the same view model, and stores
+// it only when the check passes; --no-check stores it as it is.
 
+#include <chrono>
 #include <iostream>
 #include <string>
 
+#include "cli/CliArguments.h"
 #include "cli/CliContext.h"
+#include "conversation/ProviderFormViewModel.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
 namespace {
 
-constexpr const char* keyUsage = "Usage: folvane-cli key set | clear | status";
+constexpr const char* keyUsage = "Usage: folvane-cli key set [--no-check] | clear | status";
 
 std::string trimmed(const std::string& text) {
     const auto first = text.find_first_not_of(" \t\r\n");
@@ -21,7 +27,30 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, last - first + 1);
 }
 
-int setKey(CliContext& context) {
+// Runs the OpenAI form's check on the key, which stores it when it passes.
+// Throws the check's words when it fails.
+void checkAndStore(CliContext& context, const std::string& key) {
+    auto& preferences = context.preferences();
+    ProviderFormFields fields;
+    fields.apiKey = key;
+    fields.apiEndpoint = preferences.customHost();
+    fields.organizationIdentifier = preferences.organizationIdentifier();
+    fields.temperature = preferences.defaultTemperature();
+    const auto form = context.core().makeProviderForm(ProviderForm::openAI);
+    form->trigger(provider_form_input::CheckAndSave{fields});
+    const ProviderFormState& state = form->state();
+    // The check's own requests time out after 60 seconds.
+    context.mainQueue().runUntil([&] { return !state.isCheckingAPIKey; }, std::chrono::minutes(3));
+    if (state.isCheckingAPIKey) throw std::runtime_error("The check did not finish.");
+    if (state.showQuotaAlert) {
+        throw std::runtime_error(
+            "Error: You exceeded your current quota, please check your plan and billing "
+            "details.");
+    }
+    if (!state.errorMessage.empty()) throw std::runtime_error(state.errorMessage);
+}
+
+int setKey(CliContext& context, bool check) {
     auto& preferences = context.preferences();
     if (!preferences.isSecretStoreAvailable()) {
         context.err() << "No Secret Service is reachable, so the key cannot be kept: it would "
@@ -37,7 +66,12 @@ int setKey(CliContext& context) {
                          "  folvane-cli key set < file-with-the-key\n";
         return 1;
     }
-    preferences.setOpenAIKey(key);
+    if (check) {
+        checkAndStore(context, key);
+        context.out() << "The key works.\n";
+    } else {
+        preferences.setOpenAIKey(key);
+    }
     if (!preferences.waitForSecretWrites()) {
         context.err() << "The Secret Service did not store the key.\n";
         return 1;
@@ -75,12 +109,14 @@ int runKeyCommand(CliContext& context, const CliArguments& args) {
     if (args.empty()) throw UsageError(keyUsage);
     const std::string& action = args[0];
     if (action == "set") {
-        if (args.size() != 1) {
+        CliArguments rest(args.begin() + 1, args.end());
+        const bool noCheck = takeFlag(rest, "--no-check");
+        if (!rest.empty()) {
             throw UsageError(
-                "key set takes no argument: it reads the key from standard input, so that the "
-                "key stays out of the shell's history");
+                "key set takes no argument but --no-check: it reads the key from standard "
+                "input, so that the key stays out of the shell's history");
         }
-        return setKey(context);
+        return setKey(context, !noCheck);
     }
     if (args.size() != 1) throw UsageError(keyUsage);
     if (action == "clear") return clearKey(context);

@@ -1,8 +1,10 @@
-// folvane-cli models list [--json] | add PROVIDER [OPTIONS] | default ID | remove ID
+// folvane-cli models list [--json] | add PROVIDER [OPTIONS] | check ID [--api-key-stdin]
+//                  | default ID | remove ID
 //
-// Drives the same custom-model view models as the settings' Models tab. An API
-// key is read from standard input (--api-key-stdin), never from the command
-// line. It goes into the model's "api-key" header, as the settings forms put
+// Drives the same custom-model and provider-form view models as the settings'
+// Models tab: `check` runs the row's form check and saves the row only when
+// it passes. An API key is read from standard input (--api-key-stdin), never
+// from the command line. It goes into the model's "api-key" header, as the settings forms put
 // it, and from there into the Secret Service: the database keeps the header
 // with an empty value. Listings show header names only.
 
@@ -17,6 +19,7 @@
 #include "chat/AppChatService.h"
 #include "cli/CliArguments.h"
 #include "conversation/CustomModelListViewModel.h"
+#include "conversation/ProviderFormViewModel.h"
 #include "providers/CustomModelDefaults.h"
 #include "providers/CustomModelFormCheck.h"
 #include "providers/ModelNames.h"
@@ -34,6 +37,9 @@ constexpr const char* modelsUsage =
     "Usage: folvane-cli models list [--json]\n"
     "       folvane-cli models add PROVIDER [--name NAME] [--endpoint URL] [--model ID]\n"
     "                   [--context N] [--header KEY=VALUE]... [--api-key-stdin] [--no-stream]\n"
+    "       folvane-cli models check ID [--api-key-stdin]\n"
+    "                   (check the key or endpoint with the provider; saves the model when it "
+    "works)\n"
     "       folvane-cli models default ID      (0: OpenAI with the stored key)\n"
     "       folvane-cli models remove ID";
 
@@ -50,17 +56,27 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, last - first + 1);
 }
 
+// The providers of the Add menu, then the two whose forms the menu does not
+// offer.
+std::vector<std::pair<std::string, std::string>> knownProviders() {
+    std::vector<std::pair<std::string, std::string>> known;
+    for (auto provider : CustomModelDefaults::addableProviders()) {
+        known.emplace_back(provider, CustomModelDefaults::addMenuTitle(provider));
+    }
+    known.emplace_back(providers::anthropicAI, "Anthropic");
+    known.emplace_back(providers::googleAI, "Google AI");
+    return known;
+}
+
 // A provider by its raw value, in any case ("localai", "Ollama").
 std::string parseProvider(const std::string& text) {
-    for (auto provider : CustomModelDefaults::addableProviders()) {
-        if (lowered(std::string(provider)) == lowered(text)) return std::string(provider);
+    const auto known = knownProviders();
+    for (const auto& [provider, title] : known) {
+        if (lowered(provider) == lowered(text)) return provider;
     }
-    std::string known;
-    for (auto provider : CustomModelDefaults::addableProviders()) {
-        known += "\n  " + std::string(provider) + " (" +
-                 std::string(CustomModelDefaults::addMenuTitle(provider)) + ")";
-    }
-    throw UsageError("Unknown provider: " + text + ". The providers are:" + known);
+    std::string names;
+    for (const auto& [provider, title] : known) names += "\n  " + provider + " (" + title + ")";
+    throw UsageError("Unknown provider: " + text + ". The providers are:" + names);
 }
 
 std::vector<std::string> takeRepeatedOption(CliArguments& args, const std::string& option) {
@@ -227,6 +243,63 @@ int addModel(CliContext& context, CustomModelListViewModel& list, CliArguments a
     return 0;
 }
 
+int checkModel(CliContext& context, CustomModelListViewModel& list, CliArguments args) {
+    const bool keyFromStdin = takeFlag(args, "--api-key-stdin");
+    if (args.empty())
+        throw UsageError(std::string("models check needs a model id\n") + modelsUsage);
+    expectNoMoreArguments(args, 1);
+    const int64_t id = parseId(args[0], "model id");
+    const auto ref = findModel(list, id);
+    if (!ref) {
+        throw std::runtime_error("There is no custom model with the id " + std::to_string(id) +
+                                 ".");
+    }
+    const CustomModel& model = ref->state().model;
+
+    // The fields as the row's form shows them; an empty key keeps the saved one.
+    ProviderFormFields fields;
+    fields.name = model.name;
+    fields.apiEndpoint = model.apiEndpoint;
+    fields.modelId = model.modelId;
+    fields.contextLength = std::to_string(model.contextLength);
+    fields.useStream = model.useStream;
+    if (keyFromStdin) {
+        std::string line;
+        std::getline(std::cin, line);
+        fields.apiKey = trimmed(line);
+        if (fields.apiKey.empty()) throw std::runtime_error("No API key on standard input.");
+        if (!context.preferences().isSecretStoreAvailable()) {
+            context.err() << "No Secret Service is reachable, so the key is kept in memory only: "
+                             "it will be lost when this command ends.\n";
+        }
+    }
+
+    const auto form = context.core().makeProviderForm(model);
+    form->trigger(provider_form_input::CheckAndSave{fields});
+    const ProviderFormState& state = form->state();
+    if (state.validationProblem) {
+        throw std::runtime_error("The custom model was not checked: " + *state.validationProblem +
+                                 ".");
+    }
+    if (!state.isCheckingAPIKey) {
+        throw std::runtime_error(
+            "The model has no API key: give one on standard input with --api-key-stdin.");
+    }
+    // The check's own requests time out after 60 seconds.
+    context.mainQueue().runUntil([&] { return !form->state().isCheckingAPIKey; },
+                                 std::chrono::minutes(3));
+    if (state.isCheckingAPIKey) throw std::runtime_error("The check did not finish.");
+    if (state.showQuotaAlert) {
+        throw std::runtime_error(
+            "Error: You exceeded your current quota, please check your plan and billing "
+            "details.");
+    }
+    if (!state.errorMessage.empty()) throw std::runtime_error(state.errorMessage);
+    context.out() << (state.form == ProviderForm::ollama ? "The endpoint works." : "The key works.")
+                  << '\n';
+    return 0;
+}
+
 int setDefault(CliContext& context, CustomModelListViewModel& list, const CliArguments& args) {
     if (args.empty()) throw UsageError("models default needs a model id (0 for OpenAI)");
     expectNoMoreArguments(args, 1);
@@ -267,6 +340,7 @@ int runModelsCommand(CliContext& context, const CliArguments& arguments) {
     if (const auto& alert = list.state().alert) throw std::runtime_error(*alert);
     if (action == "list") return listModels(context, list, rest);
     if (action == "add") return addModel(context, list, rest);
+    if (action == "check") return checkModel(context, list, rest);
     if (action == "default") return setDefault(context, list, rest);
     if (action == "remove") return removeModel(list, rest);
     throw UsageError(modelsUsage);

@@ -19,7 +19,8 @@ Commands:
   settings list                   print every setting with its value
   settings get KEY                print one setting
   settings set KEY VALUE          change one setting
-  key set                         store the OpenAI API key, read from standard input
+  key set [--no-check]            check the OpenAI API key, read from standard input, with
+                                  OpenAI (or the customHost) and store it
   key clear                       remove the stored key
   key status                      tell whether a key is stored, and where
   tokens [FILE | -] [--ids]       count the GPT-2 tokens of a text (--ids: print the ids)
@@ -62,8 +63,9 @@ Commands:
   rename CHAT_ID TITLE            change a chat's title
   export CHAT_ID --format markdown|html|json [-o FILE]
                                   write a chat to a file
-  models list | add PROVIDER [OPTIONS] | default ID | remove ID
-                                  manage custom models on OpenAI-compatible servers
+  models list | add PROVIDER [OPTIONS] | check ID [--api-key-stdin] | default ID | remove ID
+                                  manage custom models on OpenAI-compatible servers; check
+                                  tries a model's key with its provider and saves it
   prompts list | add NAME TEXT | edit ID [OPTIONS] | duplicate ID | remove ID... |
           move ID POSITION | find QUERY
                                   manage the prompt library; find lists what the picker shows

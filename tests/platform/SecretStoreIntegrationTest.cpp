@@ -167,7 +167,20 @@ TEST(SecretStoreIntegrationTest, TheCliStoresTheKeyFromStandardInputAndClearsIt)
     const auto empty = test::runCli({"key", "set"}, environment, "  \n");
     EXPECT_NE(empty.exitCode, 0);
 
-    const auto stored = test::runCli({"key", "set"}, environment, "  " + key + "  \n");
+    // A key that its check refuses (here: no server where customHost points)
+    // is not stored, and the check's words say why.
+    ASSERT_EQ(
+        test::runCli({"settings", "set", "openAICustomHost", "127.0.0.1:1"}, environment).exitCode,
+        0);
+    const auto unchecked = test::runCli({"key", "set"}, environment, key + "\n");
+    EXPECT_EQ(unchecked.exitCode, 1);
+    EXPECT_THAT(unchecked.err, HasSubstr("Could not connect to the server."));
+    EXPECT_EQ(unchecked.err.find(key), std::string::npos);
+    EXPECT_EQ(LibsecretSecretStore(AppPreferences::secretItemPrefix).read("openAIKey"),
+              std::nullopt);
+
+    const auto stored =
+        test::runCli({"key", "set", "--no-check"}, environment, "  " + key + "  \n");
     ASSERT_EQ(stored.exitCode, 0) << stored.err;
     EXPECT_THAT(stored.out, HasSubstr("Secret Service"));
     EXPECT_EQ(LibsecretSecretStore(AppPreferences::secretItemPrefix).read("openAIKey"), key);
