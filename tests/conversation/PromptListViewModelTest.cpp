@@ -72,6 +72,12 @@ TEST_F(PromptListViewModelTest, MovingOneRowRenumbersEveryRowFromZero) {
     send(input::Sync{});
     EXPECT_THAT(listedIds(), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
     EXPECT_EQ(list.state().allPrompts[0].sortOrder, 7);
+
+    // Removing leaves the others' numbers.
+    send(input::RemovePrompts{{2, 5}});
+    EXPECT_THAT(listedIds(), ElementsAre(1, 3, 4, 6, 7, 8));
+    EXPECT_THAT(storedOrder(), ElementsAre(Pair(1, 7), Pair(3, 2), Pair(4, 3), Pair(6, 5),
+                                           Pair(7, 6), Pair(8, 0)));
 }
 
 TEST_F(PromptListViewModelTest, AFailedRenumberingKeepsTheRowsWrittenBeforeIt) {
@@ -92,26 +98,12 @@ TEST_F(PromptListViewModelTest, AFailedRenumberingKeepsTheRowsWrittenBeforeIt) {
     EXPECT_FALSE(list.state().alert);
 }
 
-TEST_F(PromptListViewModelTest, RemovingLeavesTheOthersNumbersAndAFailureLeavesTheList) {
-    send(input::RemovePrompts{{2, 5}});
-    EXPECT_THAT(listedIds(), ElementsAre(1, 3, 4, 6, 7, 8));
-    EXPECT_THAT(storedOrder(), ElementsAre(Pair(1, 0), Pair(3, 2), Pair(4, 3), Pair(6, 5),
-                                           Pair(7, 6), Pair(8, 7)));
-
-    refuse("BEFORE DELETE ON prompts");
-    send(input::RemovePrompts{{1}});
-    EXPECT_THAT(*list.state().alert, HasSubstr("The prompt is locked"));
-    EXPECT_THAT(listedIds(), ElementsAre(1, 3, 4, 6, 7, 8));
-}
-
 TEST_F(PromptListViewModelTest, ADisabledPromptStaysListedAndLeavesThePicker) {
     send(input::UpdatePromptEnable{2, false});
     EXPECT_FALSE(list.state().allPrompts[1].enable);
     EXPECT_FALSE(service.getPrompt(2)->enable);
-    EXPECT_EQ(service.getPrompt(2)->name, "Key points");
     EXPECT_EQ(list.state().allPrompts.size(), 8u);
-    const auto picked = promptsForPicker(list.state().allPrompts, "");
-    EXPECT_EQ(picked.size(), 7u);
+    EXPECT_EQ(promptsForPicker(list.state().allPrompts, "").size(), 7u);
     EXPECT_TRUE(promptsForPicker(list.state().allPrompts, "key").empty());
 
     // An id that is not listed starts no work.
@@ -128,7 +120,6 @@ TEST_F(PromptListViewModelTest, AddedAndDuplicatedPromptsLandAtTheEndNumberedZer
     const Prompt added = list.addPrompt("Translate", "Translate this document into French.");
     const Prompt copy = list.duplicatePrompt(list.state().allPrompts[0]);
     EXPECT_THAT(listedIds(), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, added.id, copy.id));
-    EXPECT_NE(copy.id, 1);
     EXPECT_EQ(copy.name, "Summarize");
     EXPECT_EQ(copy.prompt, list.state().allPrompts[0].prompt);
     for (const auto& made : {added, copy}) {
@@ -143,18 +134,14 @@ TEST_F(PromptListViewModelTest, AddedAndDuplicatedPromptsLandAtTheEndNumberedZer
     EXPECT_EQ(list.state().allPrompts[8].name, "Translate to French");
     EXPECT_EQ(service.getPrompt(added.id)->name, "Translate to French");
 
-    // A failed insert leaves the list as it was, with the store's words.
+    // A failed insert throws the store's words and adds nothing.
     refuse("BEFORE INSERT ON prompts");
-    EXPECT_THROW(
-        {
-            try {
-                list.addPrompt("Again", "Again.");
-            } catch (const DatabaseError& error) {
-                EXPECT_THAT(error.what(), HasSubstr("The prompt is locked"));
-                throw;
-            }
-        },
-        DatabaseError);
+    try {
+        list.addPrompt("Again", "Again.");
+        ADD_FAILURE() << "stored";
+    } catch (const DatabaseError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("The prompt is locked"));
+    }
     EXPECT_EQ(list.state().allPrompts.size(), 10u);
 }
 
