@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QLabel>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace folvane {
 
@@ -24,6 +25,9 @@ ErrorPopover::ErrorPopover(QWidget* parent) : QFrame(parent, Qt::Popup | Qt::Fra
 void ErrorPopover::showMessage(const QString& message, QWidget* anchor) {
     text_->setText(message);
     text_->setAccessibleName(message);
+    // A wrapped label asks for little width: give it a line's worth, up to its maximum.
+    text_->setMinimumWidth(
+        std::min(text_->fontMetrics().horizontalAdvance(message) + 4, text_->maximumWidth()));
     adjustSize();
     QPoint at = anchor->mapToGlobal(QPoint(0, anchor->height() + 4));
     move(at);

@@ -7,7 +7,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "conversation/AppCore.h"
@@ -32,6 +31,14 @@ QString providerLabel(std::string_view provider) {
     if (provider == providers::googleAI) return QStringLiteral("Google AI");
     const auto name = providerDisplayName(provider);
     return QString::fromUtf8(name.data(), qsizetype(name.size()));
+}
+
+// The second line of an entry: the provider, and the model once there is one.
+QString entryDetail(const QString& provider, const std::string& model,
+                    std::string_view modelProvider) {
+    if (model.empty()) return provider;
+    return provider + QStringLiteral(" · ") +
+           QString::fromStdString(modelDisplayName(model, modelProvider));
 }
 
 QString entryText(const QString& name, const QString& detail, bool isDefault) {
@@ -78,13 +85,9 @@ ModelsTab::ModelsTab(AppCore& core, QWidget* parent)
 
     auto* buttons = new QHBoxLayout;
     left->addLayout(buttons);
-    add_ = new QToolButton(this);
-    add_->setText(QStringLiteral("Add"));
+    add_ = new QPushButton(QStringLiteral("Add"), this);
     add_->setAccessibleName(add_->text());
     add_->setToolTip(QStringLiteral("Add a model of another provider"));
-    add_->setPopupMode(QToolButton::InstantPopup);
-    add_->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    add_->setFocusPolicy(Qt::StrongFocus);
     auto* menu = new QMenu(add_);
     for (const auto provider : CustomModelDefaults::addableProviders()) {
         const auto title = CustomModelDefaults::addMenuTitle(provider);
@@ -111,7 +114,8 @@ ModelsTab::ModelsTab(AppCore& core, QWidget* parent)
         if (key == AppPreferences::lastUpdatedKey) {
             // A form saved its row: names and models may have changed.
             models_->trigger(custom_model_list_input::Sync{});
-        } else if (key == "customModelId" || key == AppPreferences::openAIKeyKey) {
+        } else if (key == "customModelId" || key == "defaultModel" ||
+                   key == AppPreferences::openAIKeyKey) {
             renderList();
         }
     });
@@ -132,16 +136,22 @@ void ModelsTab::renderList() {
     list_->clear();
     auto* openAI = new QListWidgetItem(
         providerIcon(modelIcon(preferences.defaultModel(), providers::openAI)),
-        entryText(QStringLiteral("OpenAI"), QStringLiteral("Built-in"), defaultId == 0), list_);
+        entryText(
+            QStringLiteral("OpenAI"),
+            entryDetail(QStringLiteral("Built-in"), preferences.defaultModel(), providers::openAI),
+            defaultId == 0),
+        list_);
     openAI->setData(idRole, qlonglong{0});
     bool selectedShown = formId_ == 0;
     for (const auto& entry : state.models) {
         const auto& model = entry.state().model;
         const int64_t id = entry.id();
-        auto* item = new QListWidgetItem(providerIcon(modelIcon(model.modelId, model.provider)),
-                                         entryText(QString::fromStdString(model.name),
-                                                   providerLabel(model.provider), id == defaultId),
-                                         list_);
+        auto* item = new QListWidgetItem(
+            providerIcon(modelIcon(model.modelId, model.provider)),
+            entryText(QString::fromStdString(model.name),
+                      entryDetail(providerLabel(model.provider), model.modelId, model.provider),
+                      id == defaultId),
+            list_);
         item->setData(idRole, qlonglong{id});
         if (id == formId_) {
             list_->setCurrentItem(item);

@@ -11,7 +11,6 @@ class QLabel;
 class QListWidget;
 class QPushButton;
 class QScrollArea;
-class QToolButton;
 
 namespace folvane {
 
@@ -29,7 +28,7 @@ class ModelsTab final : public QWidget {
     ~ModelsTab() override;
 
     QListWidget* modelList() const { return list_; }
-    QToolButton* addButton() const { return add_; }
+    QPushButton* addButton() const { return add_; }
     QPushButton* deleteButton() const { return delete_; }
     // The form of the selected entry.
     ProviderFormView* currentForm() const { return form_; }
@@ -49,7 +48,7 @@ class ModelsTab final : public QWidget {
     AppCore& core_;
     std::unique_ptr<CustomModelListViewModel> models_;
     QListWidget* list_;
-    QToolButton* add_;
+    QPushButton* add_;
     QPushButton* delete_;
     QLabel* secretNote_;
     QLabel* alert_;

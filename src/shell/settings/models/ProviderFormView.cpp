@@ -226,7 +226,6 @@ QCheckBox* ProviderFormView::addStreamField(const QString& label, bool checked) 
 QLabel* ProviderFormView::addHint(const QString& text) {
     auto* hint = new QLabel(text, this);
     hint->setTextFormat(Qt::PlainText);
-    hint->setWordWrap(true);
     hint->setForegroundRole(QPalette::PlaceholderText);
     QFont font = hint->font();
     font.setPointSizeF(font.pointSizeF() * 0.9);
@@ -275,7 +274,8 @@ void ProviderFormView::finish() {
     connect(save_, &QPushButton::clicked, this,
             [this] { send(provider_form_input::CheckAndSave{fields()}); });
     connect(setDefault_, &QPushButton::clicked, this, [this] { setAsDefault(); });
-    if (key_) editingKey_ = !state().hasSavedKey;
+    hadSavedKey_ = state().hasSavedKey;
+    editingKey_ = !hadSavedKey_;
     subscription_ = viewModel_->subscribe([this] { render(); });
     preferencesSubscription_ = preferences_.subscribe([this](std::string_view key) {
         const bool catalogueChanged = key == AppPreferences::lastUpdatedKey ||
@@ -319,10 +319,12 @@ ProviderFormFields ProviderFormView::fields() const {
 
 void ProviderFormView::render() {
     const auto& state = this->state();
-    // A check that has just passed stored the key: the field goes back to masked.
-    if (wasChecking_ && !state.isCheckingAPIKey && state.isAPIKeyValid && state.hasSavedKey)
-        editingKey_ = false;
+    // A key that has just been stored (or checked again) goes back to masked;
+    // with none stored the field is open.
+    const bool checkPassed = wasChecking_ && !state.isCheckingAPIKey && state.isAPIKeyValid;
+    if (state.hasSavedKey != hadSavedKey_ || checkPassed) editingKey_ = !state.hasSavedKey;
     wasChecking_ = state.isCheckingAPIKey;
+    hadSavedKey_ = state.hasSavedKey;
 
     renderKey(state);
     save_->setEnabled(!state.isCheckingAPIKey);

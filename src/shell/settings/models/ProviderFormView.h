@@ -144,6 +144,7 @@ class ProviderFormView : public QWidget {
     // The key field is open for typing: no key is saved, or "Change" was pressed.
     bool editingKey_ = true;
     bool wasChecking_ = false;
+    bool hadSavedKey_ = false;
     std::vector<std::string> shownAvailableModels_;
     Subscription subscription_;
     Subscription preferencesSubscription_;
