@@ -9,6 +9,7 @@
 #include "conversation/ChatListViewModel.h"
 #include "platform/FileUrl.h"
 #include "shell/chat/ChatWindow.h"
+#include "shell/settings/SettingsWindow.h"
 #include "shell/start/StartWindow.h"
 
 namespace folvane {
@@ -21,6 +22,7 @@ WindowManager::WindowManager(AppCore& core, TranscriptPagePool& transcriptPages,
 WindowManager::~WindowManager() {
     for (auto& [id, window] : chats_) delete window.data();
     delete start_.data();
+    delete settings_.data();
 }
 
 void WindowManager::showWelcome() {
@@ -28,6 +30,7 @@ void WindowManager::showWelcome() {
         start_ = new StartWindow(*this);
         start_->setAttribute(Qt::WA_DeleteOnClose);
         addQuitAction(start_);
+        addSettingsAction(start_);
     }
     start_->show();
     start_->raise();
@@ -40,10 +43,23 @@ void WindowManager::openChat(int64_t conversationId) {
         slot = new ChatWindow(conversationId, *this);
         slot->setAttribute(Qt::WA_DeleteOnClose);
         addQuitAction(slot);
+        addSettingsAction(slot);
     }
     slot->show();
     slot->raise();
     slot->activateWindow();
+}
+
+void WindowManager::showSettings(std::optional<SettingsTab> tab) {
+    if (!settings_) {
+        settings_ = new SettingsWindow(core_);
+        settings_->setAttribute(Qt::WA_DeleteOnClose);
+        addQuitAction(settings_);
+    }
+    if (tab) settings_->showTab(*tab);
+    settings_->show();
+    settings_->raise();
+    settings_->activateWindow();
 }
 
 void WindowManager::closeRemovedChats() {
@@ -66,6 +82,19 @@ void WindowManager::addQuitAction(QWidget* window) {
     quit->setShortcutContext(Qt::WindowShortcut);
     connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     window->addAction(quit);
+}
+
+void WindowManager::addSettingsAction(QWidget* window) {
+    auto* settings = new QAction(QStringLiteral("Settings"), window);
+    // The desktops' convention; Qt names no standard key for it on Linux.
+    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    settings->setShortcutContext(Qt::WindowShortcut);
+    connect(settings, &QAction::triggered, this, [this] { showSettings(); });
+    window->addAction(settings);
+}
+
+SettingsWindow* WindowManager::settingsWindow() const {
+    return settings_.data();
 }
 
 StartWindow* WindowManager::startWindow() const {

@@ -5,10 +5,12 @@
 #include <QStringList>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "runtime/ObserverList.h"
 #include "shell/app/AppState.h"
+#include "shell/settings/SettingsWindow.h"
 
 namespace folvane {
 
@@ -37,12 +39,19 @@ class WindowManager final : public QObject {
     // is shown as the "Failed" alert. Returns the chat's id, or 0.
     int64_t openFiles(const QStringList& paths, QWidget* alertParent = nullptr);
 
+    // Opens the settings, or brings them forward, on the given tab or on the
+    // one shown last.
+    void showSettings(std::optional<SettingsTab> tab = std::nullopt);
+
     StartWindow* startWindow() const;
     ChatWindow* chatWindow(int64_t conversationId) const;
+    SettingsWindow* settingsWindow() const;
 
   private:
     // Quit (Ctrl+Q) in every window the manager opens.
     void addQuitAction(QWidget* window);
+    // Settings (Ctrl+,) in the start window and every chat window.
+    void addSettingsAction(QWidget* window);
     // A chat deleted while its window is open takes the window with it.
     void closeRemovedChats();
 
@@ -50,6 +59,7 @@ class WindowManager final : public QObject {
     TranscriptPagePool& transcriptPages_;
     AppState appState_;
     QPointer<StartWindow> start_;
+    QPointer<SettingsWindow> settings_;
     std::map<int64_t, QPointer<ChatWindow>> chats_;
     std::set<int64_t> listedChats_;
     Subscription chatListSubscription_;

@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWebEngineView>
+#include <initializer_list>
 #include <iostream>
 #include <optional>
 
@@ -49,6 +50,13 @@ std::optional<std::string> grownText(const nlohmann::ordered_json& before,
     const auto& text = is->get_ref<const std::string&>();
     if (text.size() <= old.size() || text.compare(0, old.size(), old) != 0) return {};
     return text.substr(old.size());
+}
+
+// Whether a notified key is that of one of the settings.
+bool isKeyOf(std::string_view key, std::initializer_list<Setting> settings) {
+    for (const Setting setting : settings)
+        if (settingDescriptor(setting).key == key) return true;
+    return false;
 }
 
 }  // namespace
@@ -100,13 +108,19 @@ TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, 
             &TranscriptView::showContextMenu);
 
     subscription_ = chat_.subscribe([this] { schedule(); });
-    preferencesSubscription_ = preferences_.subscribe([this](std::string_view) {
-        // A setting may change every row (Markdown, mathematics, page buttons)
-        // or the style: the page gets all of it again.
+    preferencesSubscription_ = preferences_.subscribe([this](std::string_view key) {
         if (!ready_) return;
-        sent_.clear();
-        pushStyle();
-        schedule();
+        // The settings that the stylesheet and the code themes are made from.
+        if (isKeyOf(key, {Setting::textSizeAdjustment, Setting::fontLeading, Setting::fontName,
+                          Setting::codeFontName, Setting::codeColorSchemeLight,
+                          Setting::codeColorSchemeDark, Setting::colorScheme}))
+            pushStyle();
+        // Markdown, mathematics and the page buttons change every row: the
+        // page gets all of them again.
+        if (isKeyOf(key, {Setting::useMarkdown, Setting::useLaTeX, Setting::showPageReferences})) {
+            sent_.clear();
+            schedule();
+        }
     });
     // A page that a pool loaded ahead is ready now.
     if (bridge_->isReady()) start();

@@ -40,6 +40,7 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
       windows_(windows),
       filter_(new QLineEdit(this)),
       newChat_(new QPushButton(QStringLiteral("Start a new chat..."), this)),
+      settings_(new QPushButton(QStringLiteral("Settings"), this)),
       list_(new QListWidget(this)),
       delegate_(new ChatRowDelegate(list_)),
       opening_(new QLabel(QStringLiteral("Opening..."), this)) {
@@ -65,6 +66,9 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     }
     newChat_->setAccessibleName(newChat_->text());
     newChat_->setToolTip(QStringLiteral("Choose PDF documents to chat with"));
+    settings_->setAccessibleName(settings_->text());
+    settings_->setIcon(QIcon::fromTheme(QStringLiteral("preferences-system")));
+    settings_->setToolTip(QStringLiteral("Settings (Ctrl+,)"));
 
     list_->setAccessibleName(QStringLiteral("Chats"));
     list_->setItemDelegate(delegate_);
@@ -79,18 +83,23 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     auto* top = new QHBoxLayout;
     top->addWidget(filter_, 1);
     top->addWidget(newChat_);
+    auto* headingRow = new QHBoxLayout;
+    headingRow->addWidget(heading, 1);
+    headingRow->addWidget(settings_, 0, Qt::AlignTop);
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
-    layout->addWidget(heading);
+    layout->addLayout(headingRow);
     layout->addLayout(top);
     layout->addWidget(list_, 1);
     layout->addWidget(opening_);
     setCentralWidget(central);
     setTabOrder(filter_, newChat_);
     setTabOrder(newChat_, list_);
+    setTabOrder(list_, settings_);
 
     connect(filter_, &QLineEdit::textChanged, this, [this] { render(); });
     connect(newChat_, &QPushButton::clicked, this, &StartWindow::startNewChat);
+    connect(settings_, &QPushButton::clicked, this, [this] { windows_.showSettings(); });
     connect(list_, &QListWidget::itemActivated, this, &StartWindow::openItem);
     connect(list_, &QListWidget::itemChanged, this, &StartWindow::renameItem);
     connect(delegate_, &QAbstractItemDelegate::closeEditor, this, &StartWindow::scheduleRender);

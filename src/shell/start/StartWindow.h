@@ -25,7 +25,8 @@ class WindowManager;
 // title and a line of its documents, messages and model. The list can be
 // filtered, a title renamed in place (F2), a chat opened (double-click or
 // Return), shown in the file manager or deleted (row menu, Delete key). New
-// chats come from "Start a new chat..." and from PDFs dropped on the window.
+// chats come from "Start a new chat..." and from PDFs dropped on the window;
+// "Settings" opens the settings.
 class StartWindow final : public QMainWindow {
     Q_OBJECT
   public:
@@ -65,6 +66,7 @@ class StartWindow final : public QMainWindow {
     WindowManager& windows_;
     QLineEdit* filter_;
     QPushButton* newChat_;
+    QPushButton* settings_;
     QListWidget* list_;
     ChatRowDelegate* delegate_;
     QLabel* opening_;
