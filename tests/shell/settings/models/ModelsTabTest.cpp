@@ -191,7 +191,7 @@ class ModelsTabTest : public QObject {
         test::verifyControlsNamedAndReachable(&tab, 8);
     }
 
-    // Pictures of the tab with three forms, to look at: build/screenshots/models-*.png.
+    // Pictures of the tab with each form, to look at: build/screenshots/models-*.png.
     void screenshotsOfTheForms() {
         test::ShellTestCore shell;
         test::LoopbackServer server;
@@ -204,16 +204,18 @@ class ModelsTabTest : public QObject {
         QVERIFY(QTest::qWaitForWindowExposed(&tab));
         saveScreenshot(tab, QStringLiteral("models-openai"));
 
-        addAction(tab, QStringLiteral("Ollama"))->trigger();
-        saveScreenshot(tab, QStringLiteral("models-ollama"));
-
-        addAction(tab, QStringLiteral("OpenAI-compatible Server (beta)"))->trigger();
+        // Every form of the Add menu, named after its provider.
+        for (auto* action : tab.addButton()->menu()->actions()) {
+            action->trigger();
+            const QString provider =
+                QString::fromStdString(tab.currentForm()->state().model->provider);
+            saveScreenshot(tab, QStringLiteral("models-") + provider.toLower());
+        }
         auto* form = tab.currentForm();
         form->nameField()->setText(QStringLiteral("Workstation"));
         form->endpointField()->setText(QString::fromStdString(server.baseURL()) +
                                        QStringLiteral("/v1/chat/completions"));
         form->keyField()->setText(QStringLiteral("sk-wrong"));
-        saveScreenshot(tab, QStringLiteral("models-custom-server"));
         form->saveButton()->click();
         QTRY_VERIFY_WITH_TIMEOUT(form->visibleErrorPopover(), 10000);
         // The popover is a window of its own: the picture puts it where it shows.
@@ -223,7 +225,7 @@ class ModelsTabTest : public QObject {
         painter.drawPixmap(tab.mapFromGlobal(popover->pos()), popover->grab());
         painter.end();
         const QString folder = QCoreApplication::applicationDirPath() + "/../screenshots";
-        QVERIFY(picture.save(folder + "/models-custom-server-rejected.png"));
+        QVERIFY(picture.save(folder + "/models-localai-rejected.png"));
     }
 };
 

@@ -44,16 +44,6 @@ class OpenAIKeyModalViewTest : public QObject {
         test::verifyControlsNamedAndReachable(&modal.view, 3);
     }
 
-    void aBlankKeyIsNotChecked() {
-        Modal modal;
-        modal.view.show();
-        modal.view.keyField()->setText(QStringLiteral("  \n"));
-        modal.view.saveButton()->click();
-        QTest::qWait(200);
-        QVERIFY(modal.server.requests().empty());
-        QVERIFY(modal.view.isVisible());
-    }
-
     void theCheckDecidesWhetherItCloses_data() {
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("body");
