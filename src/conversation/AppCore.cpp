@@ -4,6 +4,8 @@
 #include "conversation/ChatListViewModel.h"
 #include "conversation/CustomModelListViewModel.h"
 #include "conversation/FirstStartStep.h"
+#include "conversation/Milestones.h"
+#include "conversation/OnboardingTour.h"
 #include "conversation/PromptListViewModel.h"
 #include "conversation/ProviderFormViewModel.h"
 #include "platform/CurlHttpClient.h"
@@ -27,7 +29,7 @@ AppPreferences& AppCore::preferences() {
     if (!preferences_) {
         preferences_ = AppPreferences::open(paths_.configDirectory);
         try {
-            FirstStartStep::run(*preferences_);
+            FirstStartStep::run(*preferences_, usageEventSender());
         } catch (const SettingsError& error) {
             // Settings that cannot be written keep their defaults for this
             // run; the step runs again at the next start.
@@ -40,6 +42,15 @@ AppPreferences& AppCore::preferences() {
 std::shared_ptr<HttpClient> AppCore::http() {
     if (!http_) http_ = std::make_shared<CurlHttpClient>();
     return http_;
+}
+
+UsageEvents& AppCore::usageEvents() {
+    if (!usageEvents_) usageEvents_ = std::make_unique<UsageEvents>(preferences(), http());
+    return *usageEvents_;
+}
+
+UsageEventSender AppCore::usageEventSender() {
+    return [this](const std::string& event) { usageEvents().track(event); };
 }
 
 const PdfPageCounter& AppCore::pageCounter() {
@@ -87,6 +98,12 @@ ChatDetailServices AppCore::chatDetailServices(MainQueue& mainQueue) {
         .localEmbedder = [&chatService] { return chatService.embedders().local(); },
         .clipboard = nullptr,
         .documentStore = &chatService.documentStore(),
+        // The tour moves on before the milestones are counted.
+        .messageSending =
+            [this](const Conversation& conversation) {
+                OnboardingTour::messageSent(preferences());
+                Milestones::messageSent(preferences(), conversation.id, usageEventSender());
+            },
     };
 }
 
@@ -114,13 +131,17 @@ std::unique_ptr<CustomModelListViewModel> AppCore::makeCustomModelList() {
 }
 
 std::unique_ptr<ProviderFormViewModel> AppCore::makeProviderForm(const CustomModel& model) {
-    return std::make_unique<ProviderFormViewModel>(service(), preferences(), http(), mainQueue_,
-                                                   ProviderEndpoints{}, model);
+    auto form = std::make_unique<ProviderFormViewModel>(service(), preferences(), http(),
+                                                        mainQueue_, ProviderEndpoints{}, model);
+    form->setUsageEventSender(usageEventSender());
+    return form;
 }
 
-std::unique_ptr<ProviderFormViewModel> AppCore::makeProviderForm(ProviderForm form) {
-    return std::make_unique<ProviderFormViewModel>(service(), preferences(), http(), mainQueue_,
-                                                   ProviderEndpoints{}, form);
+std::unique_ptr<ProviderFormViewModel> AppCore::makeProviderForm(ProviderForm kind) {
+    auto form = std::make_unique<ProviderFormViewModel>(service(), preferences(), http(),
+                                                        mainQueue_, ProviderEndpoints{}, kind);
+    form->setUsageEventSender(usageEventSender());
+    return form;
 }
 
 }  // namespace folvane

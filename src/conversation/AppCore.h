@@ -4,6 +4,7 @@
 
 #include "conversation/ChatDetailViewModel.h"
 #include "conversation/FileOpener.h"
+#include "conversation/UsageEvents.h"
 #include "platform/AppPaths.h"
 #include "providers/ProviderForm.h"
 #include "store/CustomModel.h"
@@ -45,6 +46,11 @@ class AppCore {
     // cannot be opened at all.
     AppChatService& service();
     std::shared_ptr<HttpClient> http();
+    // The reports of the first-use milestones, to the collector of the
+    // settings (none by default), over the shared HTTP client.
+    UsageEvents& usageEvents();
+    // Hands an event to usageEvents().
+    UsageEventSender usageEventSender();
     const PdfPageCounter& pageCounter();
     const FileTagStore& fileTags();
 
@@ -75,6 +81,7 @@ class AppCore {
     MainQueue& mainQueue_;
     std::unique_ptr<AppPreferences> preferences_;
     std::shared_ptr<HttpClient> http_;
+    std::unique_ptr<UsageEvents> usageEvents_;
     std::unique_ptr<PdfPageCounter> pageCounter_;
     std::unique_ptr<FileTagStore> fileTags_;
     std::unique_ptr<AppChatService> service_;

@@ -83,6 +83,8 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 } else if constexpr (std::is_same_v<T, in::RemoveFromChat>) {
                     if (indexer_) indexer_->removeFromChat(c.bookmarkId);
                 } else if constexpr (std::is_same_v<T, in::AddMessage>) {
+                    const bool blank = c.text.find_first_not_of(" \t\r\n") == std::string::npos;
+                    if (services_.messageSending && !blank) services_.messageSending(conversation_);
                     sendFlow_.sendMessage(c.text, true, state().contextMode, state().stringContext);
                 } else if constexpr (std::is_same_v<T, in::DeleteMessage>) {
                     store.deleteMessage(c.messageId);

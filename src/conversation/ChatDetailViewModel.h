@@ -44,6 +44,9 @@ struct ChatDetailServices {
     Clipboard* clipboard = nullptr;  // none: copying does nothing
     // Where the documents are read from when there is no indexer.
     const DocumentStore* documentStore = nullptr;
+    // Runs when the user sends a message, before it is stored (the tour's
+    // step, the first-use milestones); empty: nothing. Throws nothing.
+    std::function<void(const Conversation& conversation)> messageSending;
 };
 
 // The view model of one chat: the conversation, its documents and indexes, the

@@ -7,8 +7,9 @@ namespace folvane {
 void FirstStartStep::run(AppPreferences& preferences, const EventSender& sendEvent) {
     const bool chosen = preferences.isStored(Setting::dataIngestionStrategy);
     if (!preferences.onboardingOpened()) {
-        if (sendEvent) sendEvent("onboarding_opened");
+        // The flag before the report: a report that is lost is not sent again.
         preferences.setOnboardingOpened(true);
+        if (sendEvent) sendEvent("onboarding_opened");
         if (!chosen) preferences.setDataIngestionStrategy(DataIngestionStrategy::smart);
     } else if (!chosen) {
         preferences.setDataIngestionStrategy(DataIngestionStrategy::local);

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "chat/ChatService.h"
+#include "conversation/Milestones.h"
 #include "platform/HttpClient.h"
 #include "platform/Log.h"
 #include "providers/APIErrorResponse.h"
@@ -127,6 +128,7 @@ struct ProviderFormViewModel::Impl {
     // without them.
     std::optional<CustomModel> row;
     std::string savedKey;
+    UsageEventSender sendEvent;
 
     // Posted blocks hold it weakly: a block that outlives the view model does nothing.
     std::shared_ptr<Impl*> alive = std::make_shared<Impl*>(this);
@@ -184,9 +186,7 @@ void ProviderFormViewModel::Impl::showError(const std::string& words) {
 }
 
 void ProviderFormViewModel::Impl::markOnboardingSetup() {
-    if (preferences.onboardingSetup()) return;
-    // The usage event "onboarding_setup" goes out here once usage events exist.
-    preferences.setOnboardingSetup(true);
+    Milestones::keyPassed(preferences, sendEvent);
 }
 
 void ProviderFormViewModel::Impl::checkAndSave(const ProviderFormFields& fields) {
@@ -508,6 +508,10 @@ ProviderFormViewModel::ProviderFormViewModel(ChatService& service, AppPreference
 }
 
 ProviderFormViewModel::~ProviderFormViewModel() = default;
+
+void ProviderFormViewModel::setUsageEventSender(UsageEventSender send) {
+    impl_->sendEvent = std::move(send);
+}
 
 void ProviderFormViewModel::trigger(ProviderFormInput input) {
     std::visit(

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "conversation/UsageEvents.h"
 #include "conversation/ViewModel.h"
 #include "providers/ProviderForm.h"
 #include "store/CustomModel.h"
@@ -112,6 +113,10 @@ class ProviderFormViewModel final
     ~ProviderFormViewModel() override;
 
     void trigger(ProviderFormInput input) override;
+
+    // Where the milestone "onboarding_setup" goes when a key first passes its
+    // check; none: the milestone's flag moves and nothing is reported.
+    void setUsageEventSender(UsageEventSender send);
 
   private:
     struct Impl;

@@ -230,6 +230,12 @@ class AppPreferences {
     void setOnboardingTourStep(OnboardingTourStep step);
     bool onboardingTourEnded() const { return flag(Setting::onboardingTourEnded); }
     void setOnboardingTourEnded(bool on) { setValue(Setting::onboardingTourEnded, on); }
+    // Where the first-use milestones are reported ("https://host[:port]"); empty,
+    // the default: nowhere, and nothing leaves the machine.
+    std::string usageEventsCollector() const { return text(Setting::usageEventsCollector); }
+    void setUsageEventsCollector(const std::string& address) {
+        setValue(Setting::usageEventsCollector, address);
+    }
     std::string googleSearchEngineId() const { return text(Setting::googleSearchEngineId); }
     void setGoogleSearchEngineId(const std::string& id) {
         setValue(Setting::googleSearchEngineId, id);
@@ -237,6 +243,13 @@ class AppPreferences {
     std::string googleSearchApiKey() const { return text(Setting::googleSearchApiKey); }
     void setGoogleSearchApiKey(const std::string& key) {
         setValue(Setting::googleSearchApiKey, key);
+    }
+
+    // A chat can be answered: OpenAI is the default and has a key, or a custom
+    // model is the default.
+    bool chatReady() const {
+        const int64_t id = customModelId();
+        return id > 0 || (id == 0 && !openAIKey_.empty());
     }
 
     // Derived values, given the desktop's font size in points.

@@ -106,6 +106,7 @@ std::vector<SettingDescriptor> makeDescriptors() {
         {onboardingTourStep, "onboardingTourStep", stored, choice, "stepZero",
          rawValues(allOnboardingTourSteps)},
         {onboardingTourEnded, "onboardingTourEnded", stored, boolean, false, {}},
+        {usageEventsCollector, "usageEventsCollector", stored, text, "", {}},
         {googleSearchEngineId, "googleSearchEngineId", stored, text, "", {}},
         {googleSearchApiKey, "googleSearchApiKey", stored, text, "", {}},
     };

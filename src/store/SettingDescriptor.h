@@ -65,6 +65,7 @@ enum class Setting {
     onboardingActivated,
     onboardingTourStep,
     onboardingTourEnded,
+    usageEventsCollector,
     googleSearchEngineId,
     googleSearchApiKey,
 };
