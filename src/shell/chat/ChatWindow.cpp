@@ -114,6 +114,7 @@ void ChatWindow::build() {
         new TranscriptView(*chat_, preferences, column, &windows_.transcriptPages()), 1);
     compose_ = new ComposeBox(*chat_, preferences, column);
     connect(compose_, &ComposeBox::apiKeyNeeded, this, &ChatWindow::askForKey);
+    compose_->setPromptLibrary(core.promptList());
     columnLayout->addWidget(compose_);
     splitter->addWidget(column);
 

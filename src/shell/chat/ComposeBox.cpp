@@ -15,6 +15,8 @@
 
 #include "platform/FileUrl.h"
 #include "providers/ModelNames.h"
+#include "shell/prompts/PromptLibraryButton.h"
+#include "shell/prompts/PromptMime.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -116,7 +118,7 @@ ComposeBox::ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget*
     imageLayout_->addStretch();
     layout->addWidget(imageRow_);
 
-    auto* row = new QHBoxLayout;
+    auto* row = buttonRow_ = new QHBoxLayout;
     addDocuments_ = makeButton(QStringLiteral("+"), QStringLiteral("Add Documents"), this);
     connect(addDocuments_, &QToolButton::clicked, this, &ComposeBox::addDocuments);
     row->addWidget(addDocuments_, 0, Qt::AlignBottom);
@@ -126,6 +128,7 @@ ComposeBox::ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget*
     text_->setTabChangesFocus(true);
     text_->setFixedHeight(72);
     text_->installEventFilter(this);
+    acceptPromptDrops(text_);
     connect(text_, &QPlainTextEdit::textChanged, this, &ComposeBox::renderButtons);
     row->addWidget(text_, 1);
 
@@ -177,6 +180,13 @@ bool ComposeBox::eventFilter(QObject* watched, QEvent* event) {
         }
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void ComposeBox::setPromptLibrary(PromptListViewModel& prompts) {
+    if (promptButton_) return;
+    promptButton_ = new PromptLibraryButton(prompts, text_, this);
+    buttonRow_->insertWidget(1, promptButton_, 0, Qt::AlignBottom);
+    setTabOrder(addDocuments_, promptButton_);
 }
 
 void ComposeBox::returnPressed() {

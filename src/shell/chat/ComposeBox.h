@@ -16,6 +16,8 @@ class QToolButton;
 namespace folvane {
 
 class AppPreferences;
+class PromptLibraryButton;
+class PromptListViewModel;
 
 // Where a message begins: the text box under a chat with its send, stop and
 // record buttons, the toggle of what Return does, and the row of what the next
@@ -35,6 +37,9 @@ class ComposeBox final : public QWidget {
     bool enterToSendMessage() const { return enterToSendMessage_; }
     void setEnterToSendMessage(bool on);
     void setChooseDocuments(ChooseDocuments choose) { chooseDocuments_ = std::move(choose); }
+    // Adds the prompt library's button, and its key, beside the box.
+    void setPromptLibrary(PromptListViewModel& prompts);
+    PromptLibraryButton* promptButton() const { return promptButton_; }
 
     // Return without Shift or Alt: asks for the key when no model is set up,
     // does nothing while the chat is busy, else sends or adds a line.
@@ -68,6 +73,8 @@ class ComposeBox final : public QWidget {
     QPlainTextEdit* text_;
     QCheckBox* enterToSend_;
     QToolButton* addDocuments_;
+    QHBoxLayout* buttonRow_;
+    PromptLibraryButton* promptButton_ = nullptr;
     QToolButton* sendButton_;
     QToolButton* stopButton_;
     QToolButton* recordButton_;
