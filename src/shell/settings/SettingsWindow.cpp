@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "conversation/AppCore.h"
+#include "shell/prompts/PromptsTab.h"
 #include "shell/settings/AdvancedTab.h"
 #include "shell/settings/AppearanceTab.h"
 #include "shell/settings/GeneralTab.h"
@@ -89,7 +90,7 @@ SettingsWindow::SettingsWindow(AppCore& core, QWidget* parent)
                 page = scrolling(new AppearanceTab(preferences));
                 break;
             case SettingsTab::prompts:
-                page = new QWidget;
+                page = new PromptsTab(core.promptList());
                 break;
             case SettingsTab::integrations:
                 page = scrolling(new IntegrationsTab(preferences));
