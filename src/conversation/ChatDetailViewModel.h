@@ -46,7 +46,7 @@ struct ChatDetailServices {
     const DocumentStore* documentStore = nullptr;
     // Runs when the user sends a message, before it is stored (the tour's
     // step, the first-use milestones); empty: nothing. Throws nothing.
-    std::function<void(const Conversation& conversation)> messageSending;
+    std::function<void(const Conversation& conversation)> messageSending = {};
 };
 
 // The view model of one chat: the conversation, its documents and indexes, the

@@ -35,7 +35,8 @@ TEST_F(SettingsCommandTest, ListShowsEverySettingOnceAsJson) {
     EXPECT_THAT(result.out, HasSubstr("fontName = null\n"));
     EXPECT_THAT(result.out, HasSubstr("codeColorSchemeDark = \"github-dark\"\n"));
     EXPECT_THAT(result.out, HasSubstr("openAICustomHost = \"\"\n"));
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 53);
+    EXPECT_THAT(result.out, HasSubstr("usageEventsCollector = \"\"\n"));
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 54);
 }
 
 TEST_F(SettingsCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
