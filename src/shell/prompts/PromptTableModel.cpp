@@ -87,8 +87,12 @@ QVariant PromptTableModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant PromptTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
         return QAbstractTableModel::headerData(section, orientation, role);
+    // A first click sorts A to Z (and switches off first); the header's own
+    // first order would be Z to A.
+    if (role == Qt::InitialSortOrderRole) return Qt::AscendingOrder;
+    if (role != Qt::DisplayRole) return QAbstractTableModel::headerData(section, orientation, role);
     switch (section) {
         case nameColumn:
             return QStringLiteral("Name");

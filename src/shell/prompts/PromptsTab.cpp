@@ -167,6 +167,12 @@ PromptsTab::PromptsTab(PromptListViewModel& list, QWidget* parent)
     });
     connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &PromptsTab::renderButtons);
+    // A drop while sorted takes the rows back to the list's order: the header
+    // follows.
+    connect(model_, &QAbstractItemModel::layoutChanged, this, [this, header] {
+        if (!model_->sortKey() && header->sortIndicatorSection() != -1)
+            header->setSortIndicator(-1, Qt::AscendingOrder);
+    });
 
     subscription_ = list_.subscribe([this] { render(); });
     list_.trigger(input::Sync{});
