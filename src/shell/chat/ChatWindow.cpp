@@ -25,6 +25,7 @@
 #include "shell/chat/IndexingStatusView.h"
 #include "shell/chat/OpenAIKeyModalView.h"
 #include "shell/chat/TranscriptView.h"
+#include "shell/tour/ChatWindowTour.h"
 #include "shell/viewer/DocumentPane.h"
 #include "store/AppPreferences.h"
 
@@ -110,8 +111,8 @@ void ChatWindow::build() {
     auto* columnLayout = new QVBoxLayout(column);
     columnLayout->setContentsMargins(0, 0, 0, 0);
     columnLayout->addWidget(new IndexingStatusView(*chat_, column));
-    columnLayout->addWidget(
-        new TranscriptView(*chat_, preferences, column, &windows_.transcriptPages()), 1);
+    auto* transcript = new TranscriptView(*chat_, preferences, column, &windows_.transcriptPages());
+    columnLayout->addWidget(transcript, 1);
     compose_ = new ComposeBox(*chat_, preferences, column);
     connect(compose_, &ComposeBox::apiKeyNeeded, this, &ChatWindow::askForKey);
     compose_->setPromptLibrary(core.promptList());
@@ -149,6 +150,10 @@ void ChatWindow::build() {
     for (auto* action : toolbar->actions()) {
         if (auto* button = toolbar->widgetForAction(action)) button->setFocusPolicy(Qt::TabFocus);
     }
+
+    new ChatWindowTour(this, *chat_, preferences,
+                       {transcript, compose_, toolbar->widgetForAction(settings)},
+                       {[this] { askForKey(); }, [settings] { settings->trigger(); }});
 
     customModelId_ = chat_->state().conversation.customModelId;
     subscription_ = chat_->subscribe([this] {

@@ -25,6 +25,7 @@
 #include "shell/app/WindowManager.h"
 #include "shell/start/ChatRowDelegate.h"
 #include "shell/start/ShowInFileManager.h"
+#include "shell/tour/StartWindowTour.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -112,6 +113,7 @@ StartWindow::StartWindow(WindowManager& windows, QWidget* parent)
     listSubscription_ = chatList.subscribe([this] { scheduleRender(); });
     chatList.trigger(chat_list_input::Sync{});
     render();
+    tour_ = new StartWindowTour(this, list_, newChat_, windows_);
 }
 
 StartWindow::~StartWindow() {
@@ -200,6 +202,7 @@ int64_t StartWindow::currentId() const {
 void StartWindow::openItem(QListWidgetItem* item) {
     if (!item) return;
     const int64_t id = item->data(idRole).toLongLong();
+    tour_->chatOpening();
     WindowManager& windows = windows_;
     if (windows.core().preferences().autoCloseWelcomeWindow()) close();
     windows.openChat(id);

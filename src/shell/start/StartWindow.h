@@ -19,6 +19,7 @@ class QPushButton;
 namespace folvane {
 
 class ChatRowDelegate;
+class StartWindowTour;
 class WindowManager;
 
 // "Welcome to Folvane": the list of chats, newest first, each row with its
@@ -70,6 +71,7 @@ class StartWindow final : public QMainWindow {
     QListWidget* list_;
     ChatRowDelegate* delegate_;
     QLabel* opening_;
+    StartWindowTour* tour_;
     std::vector<Row> shown_;
     bool renderPending_ = false;
     bool rendering_ = false;
