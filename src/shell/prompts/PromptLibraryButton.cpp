@@ -60,7 +60,8 @@ QString PromptLibraryButton::helpText() {
 
 void PromptLibraryButton::openPicker() {
     if (picker_->isVisible()) return;
-    picker_->popUp(this);
+    // Over the message box, so that the button's row stays in sight.
+    picker_->popUp(box_);
 }
 
 }  // namespace folvane

@@ -94,14 +94,21 @@ void PromptPickerPopup::popUp(QWidget* anchor) {
     list_.trigger(prompt_list_input::Sync{});
     search();
 
-    QPoint at = anchor->mapToGlobal(QPoint(0, 0));
-    const QRect screen = anchor->screen() ? anchor->screen()->availableGeometry() : QRect();
-    at.ry() -= height() + 4;
-    if (!screen.isNull()) {
-        if (at.y() < screen.top())
-            at.setY(anchor->mapToGlobal(QPoint(0, anchor->height())).y() + 4);
-        at.setX(
-            std::clamp(at.x(), screen.left(), std::max(screen.left(), screen.right() - width())));
+    // Above the anchor where it fits, else below it, else on the roomier side
+    // and kept on the screen.
+    const QPoint top = anchor->mapToGlobal(QPoint(0, 0));
+    const int aboveY = top.y() - height() - 4;
+    const int belowY = top.y() + anchor->height() + 4;
+    QPoint at(top.x(), aboveY);
+    if (const QScreen* screen = anchor->screen()) {
+        const QRect area = screen->availableGeometry();
+        if (aboveY < area.top()) {
+            const bool below = belowY + height() <= area.bottom() ||
+                               area.bottom() - top.y() - anchor->height() > top.y() - area.top();
+            at.setY(below ? belowY : aboveY);
+        }
+        at.setY(std::clamp(at.y(), area.top(), std::max(area.top(), area.bottom() - height())));
+        at.setX(std::clamp(at.x(), area.left(), std::max(area.left(), area.right() - width())));
     }
     move(at);
     show();
