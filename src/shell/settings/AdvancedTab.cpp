@@ -2,15 +2,12 @@
 
 #include <QButtonGroup>
 #include <QFormLayout>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
-#include <QStyle>
 #include <QVBoxLayout>
 
 #include "store/AppPreferences.h"
@@ -39,42 +36,25 @@ AdvancedTab::AdvancedTab(AppPreferences& preferences, QWidget* parent)
     : SettingsPage(preferences, parent) {
     QFormLayout* form = makeForm(this);
 
-    auto* strategies = new QWidget(this);
-    auto* strategiesLayout = new QVBoxLayout(strategies);
-    strategiesLayout->setContentsMargins(0, 0, 0, 0);
-    auto* group = new QButtonGroup(strategies);
-    auto addStrategy = [&](const QString& text, const QString& note,
-                           DataIngestionStrategy strategy) {
-        auto* button = new QRadioButton(text, strategies);
-        button->setAccessibleName(text);
-        group->addButton(button, int(strategy));
-        strategiesLayout->addWidget(button);
-        QLabel* help = makeHelp(note, button, strategies);
-        help->setIndent(
-            button->style()->pixelMetric(QStyle::PM_ExclusiveIndicatorWidth, nullptr, button) +
-            button->style()->pixelMetric(QStyle::PM_RadioButtonLabelSpacing, nullptr, button));
-        strategiesLayout->addWidget(help);
-    };
-    addStrategy(QStringLiteral("Fast"),
-                QStringLiteral("Free. Run locally. Less accurate than OpenAI"),
-                DataIngestionStrategy::local);
-    addStrategy(QStringLiteral("Accurate"),
-                QStringLiteral("Better accuracy. Estimated cost: $1 per 63,000 pages"),
-                DataIngestionStrategy::openai);
-    addStrategy(QStringLiteral("Smart (Recommended)"),
-                QStringLiteral("Use fast indexing for large documents"),
-                DataIngestionStrategy::smart);
-    form->addRow(QStringLiteral("Indexing Strategy:"), strategies);
+    QButtonGroup* group = makeChoices(
+        {{QStringLiteral("Fast"), QStringLiteral("Free. Run locally. Less accurate than OpenAI"),
+          int(DataIngestionStrategy::local)},
+         {QStringLiteral("Accurate"),
+          QStringLiteral("Better accuracy. Estimated cost: $1 per 63,000 pages"),
+          int(DataIngestionStrategy::openai)},
+         {QStringLiteral("Smart (Recommended)"),
+          QStringLiteral("Use fast indexing for large documents"),
+          int(DataIngestionStrategy::smart)}});
+    addRow(form, QStringLiteral("Indexing Strategy:"), static_cast<QWidget*>(group->parent()),
+           group->buttons().front());
 
     auto* threshold = new QSpinBox(this);
     threshold->setAccessibleName(QStringLiteral("Page count threshold"));
     threshold->setRange(0, largestThreshold);
     threshold->setSuffix(QStringLiteral(" pages"));
-    auto* thresholdLabel = new QLabel(QStringLiteral("Page count threshold:"), this);
-    thresholdLabel->setBuddy(threshold);
-    form->addRow(thresholdLabel, threshold);
-    QLabel* thresholdNote = makeHelp(thresholdHelp(300), threshold, this);
-    form->addRow(QString(), thresholdNote);
+    QWidget* thresholdRow = withHelp(threshold, thresholdHelp(300));
+    auto* thresholdNote = thresholdRow->findChild<QLabel*>();
+    addRow(form, QStringLiteral("Page count threshold:"), thresholdRow, threshold);
 
     connect(group, &QButtonGroup::idClicked, this, [this](int id) {
         const auto strategy = DataIngestionStrategy(id);
@@ -90,7 +70,7 @@ AdvancedTab::AdvancedTab(AppPreferences& preferences, QWidget* parent)
         write([&] { this->preferences().setPageCountThreshold(pages); });
     });
     follow({Setting::dataIngestionStrategy, Setting::pageCountThreshold},
-           [this, group, form, threshold, thresholdNote] {
+           [this, group, form, threshold, thresholdRow, thresholdNote] {
                const DataIngestionStrategy strategy = this->preferences().dataIngestionStrategy();
                const int pages = this->preferences().pageCountThreshold();
                {
@@ -103,11 +83,11 @@ AdvancedTab::AdvancedTab(AppPreferences& preferences, QWidget* parent)
                threshold->setAccessibleDescription(thresholdNote->text());
                // The threshold only means something to the smart strategy.
                const bool smart = strategy == DataIngestionStrategy::smart;
-               form->setRowVisible(threshold, smart);
-               form->setRowVisible(thresholdNote, smart);
+               form->setRowVisible(thresholdRow, smart);
            });
 
     auto* tasksRow = new QWidget(this);
+    tasksRow->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     auto* tasksLayout = new QVBoxLayout(tasksRow);
     tasksLayout->setContentsMargins(0, 0, 0, 0);
     auto* tasks = new QSlider(Qt::Horizontal, tasksRow);
@@ -120,11 +100,12 @@ AdvancedTab::AdvancedTab(AppPreferences& preferences, QWidget* parent)
     auto* tasksValue = new QLabel(tasksRow);
     tasksLayout->addWidget(tasks);
     tasksLayout->addWidget(tasksValue);
-    form->addRow(QStringLiteral("Parallel Indexing:"), tasksRow);
-    addHelp(form, tasks,
-            QStringLiteral("Parallel Indexing allows you to control the number of concurrent "
-                           "indexing tasks. Fewer tasks (2-5) are more stable but slower, while "
-                           "more tasks (7-10) are faster but potentially less reliable."));
+    tasksLayout->addWidget(makeHelp(
+        QStringLiteral("Parallel Indexing allows you to control the number of concurrent indexing "
+                       "tasks. Fewer tasks (2-5) are more stable but slower, while more tasks "
+                       "(7-10) are faster but potentially less reliable."),
+        tasks, tasksRow));
+    addRow(form, QStringLiteral("Parallel Indexing:"), tasksRow, tasks);
     connect(tasks, &QSlider::valueChanged, this, [this](int count) {
         write([&] { this->preferences().setIndexingParallelTask(count); });
     });

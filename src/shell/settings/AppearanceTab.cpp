@@ -113,7 +113,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
     scheme->addItem(QStringLiteral("System"), int(AppColorScheme::system));
     scheme->addItem(QStringLiteral("Light"), int(AppColorScheme::light));
     scheme->addItem(QStringLiteral("Dark"), int(AppColorScheme::dark));
-    form->addRow(QStringLiteral("Color Scheme:"), scheme);
+    addRow(form, QStringLiteral("Color Scheme:"), scheme);
     connect(scheme, &QComboBox::activated, this, [this, scheme](int index) {
         const auto value = AppColorScheme(scheme->itemData(index).toInt());
         write([&] { this->preferences().setColorScheme(value); });
@@ -125,6 +125,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
 
     // Text size: steps of 2 points over the desktop's size, and back to it.
     auto* sizeRow = new QWidget(this);
+    sizeRow->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     auto* sizeLayout = new QHBoxLayout(sizeRow);
     sizeLayout->setContentsMargins(0, 0, 0, 0);
     auto* size = new QSlider(Qt::Horizontal, sizeRow);
@@ -142,8 +143,9 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
     sizeLayout->addWidget(size, 1);
     sizeLayout->addWidget(points);
     sizeLayout->addWidget(reset);
-    form->addRow(QStringLiteral("Text Size:"), sizeRow);
-    addHelp(form, size, QStringLiteral("The size of message text; each step is 2 points."));
+    addRow(form, QStringLiteral("Text Size:"),
+           withHelp(sizeRow, QStringLiteral("The size of message text; each step is 2 points.")),
+           reset);
     connect(size, &QSlider::valueChanged, this, [this](int steps) {
         write([&] { this->preferences().setTextSizeAdjustment(steps); });
     });
@@ -169,7 +171,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
     leading->addItem(QStringLiteral("Tight"), int(AppFontLeading::tight));
     leading->addItem(QStringLiteral("Standard"), int(AppFontLeading::standard));
     leading->addItem(QStringLiteral("Loose"), int(AppFontLeading::loose));
-    form->addRow(QStringLiteral("Line Spacing:"), leading);
+    addRow(form, QStringLiteral("Line Spacing:"), leading);
     connect(leading, &QComboBox::activated, this, [this, leading](int index) {
         const auto value = AppFontLeading(leading->itemData(index).toInt());
         write([&] { this->preferences().setFontLeading(value); });
@@ -180,7 +182,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
     });
 
     auto* font = makeFontPicker(QStringLiteral("Message Font"), this);
-    form->addRow(QStringLiteral("Message Font:"), font);
+    addRow(form, QStringLiteral("Message Font:"), font);
     connect(font, &QComboBox::activated, this, [this, font](int index) {
         const auto family = chosenFamily(font, index);
         write([&] { this->preferences().setFontName(family); });
@@ -188,7 +190,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
     follow({Setting::fontName}, [this, font] { showFamily(font, this->preferences().fontName()); });
 
     auto* codeFont = makeFontPicker(QStringLiteral("Code Font"), this);
-    form->addRow(QStringLiteral("Code Font:"), codeFont);
+    addRow(form, QStringLiteral("Code Font:"), codeFont);
     connect(codeFont, &QComboBox::activated, this, [this, codeFont](int index) {
         const auto family = chosenFamily(codeFont, index);
         write([&] { this->preferences().setCodeFontName(family); });
@@ -197,7 +199,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
            [this, codeFont] { showFamily(codeFont, this->preferences().codeFontName()); });
 
     auto* lightTheme = makeThemePicker(QStringLiteral("Code Theme in Light"), this);
-    form->addRow(QStringLiteral("Code Theme in Light:"), lightTheme);
+    addRow(form, QStringLiteral("Code Theme in Light:"), lightTheme);
     connect(lightTheme, &QComboBox::activated, this, [this, lightTheme](int index) {
         const auto value = codeBlockColorSchemeAt(std::size_t(lightTheme->itemData(index).toInt()));
         write([&] { this->preferences().setCodeColorSchemeLight(value); });
@@ -207,7 +209,7 @@ AppearanceTab::AppearanceTab(AppPreferences& preferences, QWidget* parent)
     });
 
     auto* darkTheme = makeThemePicker(QStringLiteral("Code Theme in Dark"), this);
-    form->addRow(QStringLiteral("Code Theme in Dark:"), darkTheme);
+    addRow(form, QStringLiteral("Code Theme in Dark:"), darkTheme);
     connect(darkTheme, &QComboBox::activated, this, [this, darkTheme](int index) {
         const auto value = codeBlockColorSchemeAt(std::size_t(darkTheme->itemData(index).toInt()));
         write([&] { this->preferences().setCodeColorSchemeDark(value); });

@@ -7,7 +7,6 @@
 #include <QFrame>
 #include <QLabel>
 #include <QPlainTextEdit>
-#include <QRadioButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -27,8 +26,9 @@ constexpr TagChoice tagChoices[] = {
     {"\U0001F7E1 Yellow", "Yellow"}, {"\U0001F7E2 Green", "Green"}, {"\U0001F7E3 Purple", "Purple"},
 };
 
-constexpr const char* accurateLevel = "accurate";
-constexpr const char* fastLevel = "fast";
+// The OCR levels by their choice's id.
+enum OcrChoice { accurate, fast };
+constexpr const char* ocrLevels[] = {"accurate", "fast"};
 
 QFrame* makeRule(QWidget* parent) {
     auto* rule = new QFrame(parent);
@@ -57,7 +57,7 @@ GeneralTab::GeneralTab(AppPreferences& preferences, QWidget* parent)
     tag->setAccessibleName(QStringLiteral("Finder Tag"));
     for (const auto& choice : tagChoices)
         tag->addItem(QString::fromUtf8(choice.label), QString::fromUtf8(choice.word));
-    form->addRow(QStringLiteral("Finder Tag:"), tag);
+    addRow(form, QStringLiteral("Finder Tag:"), tag);
     connect(tag, &QComboBox::activated, this, [this, tag](int index) {
         const std::string word = tag->itemData(index).toString().toStdString();
         write([&] { this->preferences().setDefaultFinderTag(word); });
@@ -80,40 +80,25 @@ GeneralTab::GeneralTab(AppPreferences& preferences, QWidget* parent)
                              "Recognition (OCR). You might need to reprocess PDFs after changing "
                              "this setting."));
 
-    auto* levels = new QWidget(this);
-    auto* levelsLayout = new QVBoxLayout(levels);
-    levelsLayout->setContentsMargins(0, 0, 0, 0);
-    auto* levelGroup = new QButtonGroup(levels);
-    auto addLevel = [&](const QString& text, const QString& note, const char* level) {
-        auto* button = new QRadioButton(text, levels);
-        button->setAccessibleName(text);
-        button->setProperty("level", QString::fromLatin1(level));
-        levelGroup->addButton(button);
-        levelsLayout->addWidget(button);
-        QLabel* help = makeHelp(note, button, levels);
-        help->setIndent(
-            button->style()->pixelMetric(QStyle::PM_ExclusiveIndicatorWidth, nullptr, button) +
-            button->style()->pixelMetric(QStyle::PM_RadioButtonLabelSpacing, nullptr, button));
-        levelsLayout->addWidget(help);
-        return button;
-    };
-    QRadioButton* accurate = addLevel(
-        QStringLiteral("Accurate"),
-        QStringLiteral("Higher accuracy. Slower and requires more resources"), accurateLevel);
-    QRadioButton* fast =
-        addLevel(QStringLiteral("Fast"),
-                 QStringLiteral("Less accuracy. Faster and requires less resources"), fastLevel);
-    form->addRow(QStringLiteral("OCR Level:"), levels);
-    connect(levelGroup, &QButtonGroup::buttonClicked, this, [this](QAbstractButton* button) {
-        const std::string level = button->property("level").toString().toStdString();
+    QButtonGroup* levels = makeChoices(
+        {{QStringLiteral("Accurate"),
+          QStringLiteral("Higher accuracy. Slower and requires more resources"), accurate},
+         {QStringLiteral("Fast"),
+          QStringLiteral("Less accuracy. Faster and requires less resources"), fast}});
+    addRow(form, QStringLiteral("OCR Level:"), static_cast<QWidget*>(levels->parent()),
+           levels->button(accurate));
+    connect(levels, &QButtonGroup::idClicked, this, [this](int id) {
+        const std::string level = ocrLevels[id];
         write([&] { this->preferences().setOcrRecognitionLevel(level); });
     });
-    follow({Setting::ocrRecognitionLevel}, [this, levelGroup, accurate, fast] {
+    follow({Setting::ocrRecognitionLevel}, [this, levels] {
         // Any level but "accurate" reads as fast.
-        const bool isAccurate = this->preferences().ocrRecognitionLevel() == accurateLevel;
-        const QSignalBlocker blockAccurate(accurate), blockFast(fast);
-        (isAccurate ? accurate : fast)->setChecked(true);
-        makeTabStopAtChoice(levelGroup);
+        const bool isAccurate = this->preferences().ocrRecognitionLevel() == ocrLevels[accurate];
+        {
+            const QSignalBlocker blocker(levels);
+            levels->button(isAccurate ? accurate : fast)->setChecked(true);
+        }
+        makeTabStopAtChoice(levels);
     });
 
     form->addRow(makeRule(this));
@@ -131,10 +116,10 @@ GeneralTab::GeneralTab(AppPreferences& preferences, QWidget* parent)
         QStringLiteral("For example: Answer in short paragraphs and quote the document."));
     instruction->setTabChangesFocus(true);
     instruction->setFixedHeight(instruction->fontMetrics().lineSpacing() * 4 + 12);
-    form->addRow(QStringLiteral("Custom Instruction:"), instruction);
-    addHelp(form, instruction,
-            QStringLiteral("Goes with every question you ask, in every chat. Leave it empty for "
-                           "none."));
+    addRow(form, QStringLiteral("Custom Instruction:"),
+           withHelp(instruction, QStringLiteral("Goes with every question you ask, in every "
+                                                "chat. Leave it empty for none.")),
+           instruction);
     connect(instruction, &QPlainTextEdit::textChanged, this, [this, instruction] {
         const std::string text = instruction->toPlainText().toStdString();
         if (text == this->preferences().userInstruction()) return;

@@ -29,7 +29,7 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, QWidget* parent)
         auto* field = new QLineEdit(search);
         const QString name = QString(label).remove(QLatin1Char(':'));
         field->setAccessibleName(name);
-        form->addRow(label, field);
+        addRow(form, label, field);
         connect(field, &QLineEdit::textEdited, this, [this, setting](const QString& text) {
             write([&] { this->preferences().setValue(setting, text.toStdString()); }, false);
         });

@@ -35,6 +35,13 @@ class SettingsPage : public QWidget {
     static void makeTabStopAtChoice(QButtonGroup* group);
 
   protected:
+    // One of a group of choices, with its note under it.
+    struct Choice {
+        QString text;
+        QString note;
+        int id;
+    };
+
     AppPreferences& preferences() const { return preferences_; }
 
     // Runs `show` now and again whenever one of `settings` changes. `show`
@@ -53,9 +60,17 @@ class SettingsPage : public QWidget {
     // under it when there is one.
     QCheckBox* addToggle(QFormLayout* form, const QString& text, Setting setting,
                          const QString& help = {});
-    // A help note in the field column, lined up with a check box's text when
-    // it describes one.
-    void addHelp(QFormLayout* form, QWidget* control, const QString& help);
+    // A row of the form: its label, right-aligned and centred on the control
+    // (the field itself, or the first control in it) and naming it.
+    QLabel* addRow(QFormLayout* form, const QString& text, QWidget* field,
+                   QWidget* control = nullptr);
+    // Radio buttons named by their text, each with its note, in a widget of
+    // their own (the group's parent); a button's id in the group is its
+    // choice's id.
+    QButtonGroup* makeChoices(const std::vector<Choice>& choices);
+    // The control with its help note under it, lined up with a check box's
+    // text when it describes one.
+    QWidget* withHelp(QWidget* control, const QString& help);
 
   private:
     struct Follower {

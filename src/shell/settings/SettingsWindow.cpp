@@ -1,8 +1,11 @@
 #include "shell/settings/SettingsWindow.h"
 
+#include <QGuiApplication>
 #include <QKeySequence>
+#include <QScreen>
 #include <QScrollArea>
 #include <QShortcut>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -108,7 +111,18 @@ SettingsWindow::SettingsWindow(AppCore& core, QWidget* parent)
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tabs_);
-    resize(760, 640);
+    // As large as the largest tab wants, within the screen; the tabs scroll
+    // on a smaller one.
+    QSize wanted(720, 480);
+    for (int i = 0; i < tabs_->count(); ++i) {
+        QWidget* content = tabs_->widget(i);
+        if (auto* area = qobject_cast<QScrollArea*>(content)) content = area->widget();
+        wanted = wanted.expandedTo(content->sizeHint());
+    }
+    wanted += QSize(48, tabs_->tabBar()->sizeHint().height() + 48);
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        wanted = wanted.boundedTo(screen->availableSize() * 0.9);
+    resize(wanted);
 
     for (const QKeySequence& keys :
          {QKeySequence(Qt::CTRL | Qt::Key_W), QKeySequence(Qt::Key_Escape)}) {
