@@ -96,7 +96,7 @@ ChatDetailServices AppCore::chatDetailServices(MainQueue& mainQueue) {
                 return makeIndexer(conversation, std::move(listener));
             },
         .localEmbedder = [&chatService] { return chatService.embedders().local(); },
-        .clipboard = nullptr,
+        .clipboard = &clipboard_,
         .documentStore = &chatService.documentStore(),
         // The tour moves on before the milestones are counted.
         .messageSending =

@@ -6,6 +6,7 @@
 #include "conversation/FileOpener.h"
 #include "conversation/UsageEvents.h"
 #include "platform/AppPaths.h"
+#include "platform/Clipboard.h"
 #include "providers/ProviderForm.h"
 #include "store/CustomModel.h"
 
@@ -75,8 +76,19 @@ class AppCore {
     std::unique_ptr<ProviderFormViewModel> makeProviderForm(ProviderForm form);
     // The road by which files become a chat, over the service and the chat list.
     FileOpener fileOpener();
+    // The desktop's clipboard, where the chats copy to; null (the default):
+    // copying does nothing. Chats made before it is set copy to it too.
+    void setClipboard(Clipboard* clipboard) { clipboard_.target = clipboard; }
 
   private:
+    // What every chat is given: it passes the text on to the clipboard set now.
+    struct ClipboardRelay final : Clipboard {
+        Clipboard* target = nullptr;
+        void setText(const std::string& text) override {
+            if (target) target->setText(text);
+        }
+    };
+
     AppPaths paths_;
     MainQueue& mainQueue_;
     std::unique_ptr<AppPreferences> preferences_;
@@ -85,6 +97,7 @@ class AppCore {
     std::unique_ptr<PdfPageCounter> pageCounter_;
     std::unique_ptr<FileTagStore> fileTags_;
     std::unique_ptr<AppChatService> service_;
+    ClipboardRelay clipboard_;
     // Last: its chats hold the service and the settings.
     std::unique_ptr<ChatListViewModel> chatList_;
     std::unique_ptr<PromptListViewModel> promptList_;
