@@ -3,6 +3,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
@@ -136,38 +137,61 @@ DocumentPane::~DocumentPane() {
 }
 
 void DocumentPane::addShortcuts() {
-    auto add = [this](QKeySequence keys, Qt::ShortcutContext context, auto action) {
+    // The keys of the Find and Go menus are the menu bar's. History by the
+    // usual keys while the viewer has the focus.
+    auto add = [this](QKeySequence keys, auto action) {
         auto* shortcut = new QShortcut(keys, this);
-        shortcut->setContext(context);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
         connect(shortcut, &QShortcut::activated, this, action);
     };
-    // The keys of the Find and Go menus work anywhere in the window.
-    const auto window = Qt::WindowShortcut;
-    add(QKeySequence::Find, window, [this] {
-        if (view_) findBar_->open();
-    });
-    add(QKeySequence(Qt::CTRL | Qt::Key_G), window,
-        [this] { chat_.trigger(chat_input::FindNext{}); });
-    add(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_G), window,
-        [this] { chat_.trigger(chat_input::FindPrevious{}); });
-    add(QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_G), window,
-        [this] { chat_.trigger(chat_input::ShowGoToForm{}); });
-    add(QKeySequence(Qt::CTRL | Qt::Key_BracketLeft), window,
-        [this] { chat_.trigger(chat_input::GoBack{}); });
-    add(QKeySequence(Qt::CTRL | Qt::Key_BracketRight), window,
-        [this] { chat_.trigger(chat_input::GoForward{}); });
-    // Zoom and history by the usual keys while the viewer has the focus.
-    const auto pane = Qt::WidgetWithChildrenShortcut;
-    add(QKeySequence(Qt::ALT | Qt::Key_Left), pane,
-        [this] { chat_.trigger(chat_input::GoBack{}); });
-    add(QKeySequence(Qt::ALT | Qt::Key_Right), pane,
-        [this] { chat_.trigger(chat_input::GoForward{}); });
-    add(QKeySequence::ZoomIn, pane, [this] { navigator_->zoomIn.notify(); });
-    add(QKeySequence(Qt::CTRL | Qt::Key_Equal), pane, [this] { navigator_->zoomIn.notify(); });
-    add(QKeySequence::ZoomOut, pane, [this] { navigator_->zoomOut.notify(); });
-    add(QKeySequence(Qt::CTRL | Qt::Key_0), pane, [this] {
-        if (view_) view_->fitToWidth();
-    });
+    add(QKeySequence(Qt::ALT | Qt::Key_Left), [this] { chat_.trigger(chat_input::GoBack{}); });
+    add(QKeySequence(Qt::ALT | Qt::Key_Right), [this] { chat_.trigger(chat_input::GoForward{}); });
+}
+
+DocumentPane::Zoom DocumentPane::zoomOf(const QKeyEvent& event) {
+    const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    if (!(modifiers & Qt::ControlModifier) || (modifiers & (Qt::AltModifier | Qt::MetaModifier)))
+        return Zoom::none;
+    // Ctrl and "+" may come with Shift, as the key is typed on most layouts.
+    switch (event.key()) {
+        case Qt::Key_Plus:
+        case Qt::Key_Equal:
+            return Zoom::in;
+        case Qt::Key_Minus:
+            return Zoom::out;
+        case Qt::Key_0:
+            return modifiers == Qt::ControlModifier ? Zoom::fit : Zoom::none;
+        default:
+            return Zoom::none;
+    }
+}
+
+bool DocumentPane::event(QEvent* event) {
+    // The window's font-size keys zoom the pages while the focus is in the
+    // viewer: claiming them here keeps the menu bar's shortcuts from firing.
+    if (event->type() == QEvent::ShortcutOverride &&
+        zoomOf(*static_cast<QKeyEvent*>(event)) != Zoom::none) {
+        event->accept();
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+void DocumentPane::keyPressEvent(QKeyEvent* event) {
+    switch (zoomOf(*event)) {
+        case Zoom::in:
+            navigator_->zoomIn.notify();
+            break;
+        case Zoom::out:
+            navigator_->zoomOut.notify();
+            break;
+        case Zoom::fit:
+            if (view_) view_->fitToWidth();
+            break;
+        case Zoom::none:
+            return QWidget::keyPressEvent(event);
+    }
+    event->accept();
 }
 
 void DocumentPane::render() {

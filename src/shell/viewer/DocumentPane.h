@@ -9,6 +9,7 @@
 #include "conversation/ChatListViewModel.h"
 #include "runtime/ObserverList.h"
 
+class QKeyEvent;
 class QLabel;
 class QStackedWidget;
 
@@ -43,7 +44,15 @@ class DocumentPane final : public QWidget {
     void setLocateFile(LocateFile locate) { locateFile_ = std::move(locate); }
     void goToReference(const Reference& reference);
 
+  protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
   private:
+    enum class Zoom { none, in, out, fit };
+    // What a key does to the pages: Ctrl with "+" or "=", "-" or 0.
+    static Zoom zoomOf(const QKeyEvent& event);
+
     void render();
     void open(const DocumentInfo& document);
     void showFailure();
