@@ -20,13 +20,17 @@
 #include "providers/ModelNames.h"
 #include "shell/app/WindowManager.h"
 #include "shell/chat/ChatConfigPanel.h"
+#include "shell/chat/ChatSearchBar.h"
 #include "shell/chat/ComposeBox.h"
 #include "shell/chat/DocumentListView.h"
+#include "shell/chat/EditLastMessageForm.h"
 #include "shell/chat/IndexingStatusView.h"
 #include "shell/chat/OpenAIKeyModalView.h"
 #include "shell/chat/TranscriptView.h"
 #include "shell/tour/ChatWindowTour.h"
 #include "shell/viewer/DocumentPane.h"
+#include "shell/viewer/DocumentView.h"
+#include "shell/viewer/FindBar.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -111,12 +115,16 @@ void ChatWindow::build() {
     auto* columnLayout = new QVBoxLayout(column);
     columnLayout->setContentsMargins(0, 0, 0, 0);
     columnLayout->addWidget(new IndexingStatusView(*chat_, column));
+    search_ = new ChatSearchBar(*chat_, column);
+    columnLayout->addWidget(search_);
     auto* transcript = new TranscriptView(*chat_, preferences, column, &windows_.transcriptPages());
     columnLayout->addWidget(transcript, 1);
     compose_ = new ComposeBox(*chat_, preferences, column);
     connect(compose_, &ComposeBox::apiKeyNeeded, this, &ChatWindow::askForKey);
     compose_->setPromptLibrary(core.promptList());
     columnLayout->addWidget(compose_);
+    connect(search_, &ChatSearchBar::closed, this, [this] { compose_->textEdit()->setFocus(); });
+    new EditLastMessageForm(*chat_, this);
     splitter->addWidget(column);
 
     viewer_ = new DocumentPane(*chat_, splitter);
@@ -164,6 +172,13 @@ void ChatWindow::build() {
     chat_->trigger(chat_input::LoadIndex{});
     updateTitle();
     compose_->textEdit()->setFocus();
+}
+
+void ChatWindow::showSearch(SearchScope scope) {
+    if (!chat_) return;
+    if (scope == SearchScope::chat) return search_->open();
+    viewer_->show();
+    if (viewer_->view()) viewer_->findBar()->open();
 }
 
 void ChatWindow::loadIndexForNewModel() {

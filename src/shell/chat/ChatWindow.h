@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "conversation/ChatDetailInput.h"
 #include "conversation/ChatListViewModel.h"
 #include "runtime/ObserverList.h"
 
@@ -15,6 +16,7 @@ class QStackedWidget;
 namespace folvane {
 
 class ChatConfigPanel;
+class ChatSearchBar;
 class ComposeBox;
 class CustomModelListViewModel;
 class DocumentPane;
@@ -37,6 +39,10 @@ class ChatWindow final : public QMainWindow {
     ComposeBox* composeBox() const { return compose_; }
     DocumentListView* documentList() const { return documents_; }
     DocumentPane* documentPane() const { return viewer_; }
+    ChatSearchBar* chatSearch() const { return search_; }
+    // Opens the find field of the scope: the viewer's (shown first when
+    // hidden) or the messages'. Nothing while the chat is not loaded.
+    void showSearch(SearchScope scope);
     // The chat's settings, made on first use.
     QDialog* configDialog();
 
@@ -63,6 +69,7 @@ class ChatWindow final : public QMainWindow {
     ComposeBox* compose_ = nullptr;
     DocumentListView* documents_ = nullptr;
     DocumentPane* viewer_ = nullptr;
+    ChatSearchBar* search_ = nullptr;
     QDialog* config_ = nullptr;
     Subscription subscription_;
     Subscription preferencesSubscription_;
