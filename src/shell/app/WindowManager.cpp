@@ -9,6 +9,7 @@
 #include "conversation/ChatListViewModel.h"
 #include "platform/FileUrl.h"
 #include "shell/chat/ChatWindow.h"
+#include "shell/menus/MenuBar.h"
 #include "shell/settings/SettingsWindow.h"
 #include "shell/start/StartWindow.h"
 
@@ -17,9 +18,11 @@ namespace folvane {
 WindowManager::WindowManager(AppCore& core, TranscriptPagePool& transcriptPages, QObject* parent)
     : QObject(parent), core_(core), transcriptPages_(transcriptPages) {
     chatListSubscription_ = core_.chatList().subscribe([this] { closeRemovedChats(); });
+    core_.setClipboard(&clipboard_);
 }
 
 WindowManager::~WindowManager() {
+    core_.setClipboard(nullptr);
     for (auto& [id, window] : chats_) delete window.data();
     delete start_.data();
     delete settings_.data();
@@ -29,8 +32,7 @@ void WindowManager::showWelcome() {
     if (!start_) {
         start_ = new StartWindow(*this);
         start_->setAttribute(Qt::WA_DeleteOnClose);
-        addQuitAction(start_);
-        addSettingsAction(start_);
+        MenuBar::install(start_, *this);
     }
     start_->show();
     start_->raise();
@@ -42,8 +44,7 @@ void WindowManager::openChat(int64_t conversationId) {
     if (!slot) {
         slot = new ChatWindow(conversationId, *this);
         slot->setAttribute(Qt::WA_DeleteOnClose);
-        addQuitAction(slot);
-        addSettingsAction(slot);
+        MenuBar::install(slot, *this);
     }
     slot->show();
     slot->raise();
@@ -82,15 +83,6 @@ void WindowManager::addQuitAction(QWidget* window) {
     quit->setShortcutContext(Qt::WindowShortcut);
     connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     window->addAction(quit);
-}
-
-void WindowManager::addSettingsAction(QWidget* window) {
-    auto* settings = new QAction(QStringLiteral("Settings"), window);
-    // The desktops' convention; Qt names no standard key for it on Linux.
-    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
-    settings->setShortcutContext(Qt::WindowShortcut);
-    connect(settings, &QAction::triggered, this, [this] { showSettings(); });
-    window->addAction(settings);
 }
 
 SettingsWindow* WindowManager::settingsWindow() const {

@@ -10,6 +10,7 @@
 
 #include "runtime/ObserverList.h"
 #include "shell/app/AppState.h"
+#include "shell/app/QtClipboard.h"
 #include "shell/settings/SettingsWindow.h"
 
 namespace folvane {
@@ -48,16 +49,16 @@ class WindowManager final : public QObject {
     SettingsWindow* settingsWindow() const;
 
   private:
-    // Quit (Ctrl+Q) in every window the manager opens.
+    // Quit (Ctrl+Q) in the settings window; the other windows have it in
+    // their menu bar.
     void addQuitAction(QWidget* window);
-    // Settings (Ctrl+,) in the start window and every chat window.
-    void addSettingsAction(QWidget* window);
     // A chat deleted while its window is open takes the window with it.
     void closeRemovedChats();
 
     AppCore& core_;
     TranscriptPagePool& transcriptPages_;
     AppState appState_;
+    QtClipboard clipboard_;
     QPointer<StartWindow> start_;
     QPointer<SettingsWindow> settings_;
     std::map<int64_t, QPointer<ChatWindow>> chats_;
