@@ -15,7 +15,7 @@
 namespace folvane {
 namespace {
 
-constexpr int cardWidth = 320;
+constexpr int cardWidth = 340;
 constexpr int arrowHeight = 10;
 constexpr int arrowHalfWidth = 10;
 constexpr int radius = 8;
@@ -209,8 +209,12 @@ void TourCardView::paintEvent(QPaintEvent*) {
         tip.closeSubpath();
         path = path.united(tip);
     }
-    painter.setPen(QPen(palette().color(QPalette::Mid), 1));
-    painter.setBrush(palette().color(QPalette::Base));
+    // Lighter than what it stands on: in a dark scheme the lists and the
+    // transcript are darker than the window itself.
+    const QColor window = palette().color(QPalette::Window);
+    const bool dark = window.lightness() < 128;
+    painter.setPen(QPen(dark ? window.lighter(190) : palette().color(QPalette::Mid), 1));
+    painter.setBrush(dark ? window.lighter(140) : palette().color(QPalette::Base));
     painter.drawPath(path);
 }
 
