@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "conversation/OnboardingTour.h"
-#include "store/AppPreferences.h"
 
 namespace folvane {
 namespace {
@@ -139,39 +138,6 @@ TEST(OnboardingTourTest, WhereEachWayForwardLeadsTheTour) {
         EXPECT_EQ(after.chatCount, c.before.chatCount) << c.what;
         EXPECT_EQ(after.chatReady, c.before.chatReady) << c.what;
     }
-}
-
-// A user without a key, through the whole tour as the settings see it.
-TEST(OnboardingTourTest, TheSettingsFollowTheTourAndEndIt) {
-    AppPreferences preferences;
-    auto facts = [&] { return OnboardingTour::facts(preferences, 1); };
-    auto shownIn = [&](TourView view) { return OnboardingTour::shown(view, facts()); };
-    EXPECT_EQ(shownIn(TourView::startWindow), Card::welcome);
-
-    OnboardingTour::chatOpened(preferences, 1);
-    EXPECT_EQ(preferences.onboardingTourStep(), Step::stepSetup);
-    EXPECT_EQ(shownIn(TourView::chatWindow), Card::setUp);
-    OnboardingTour::messageSent(preferences);  // refused for want of a key
-    EXPECT_EQ(shownIn(TourView::chatWindow), Card::setUp);
-
-    preferences.setOpenAIKey("sk-test");
-    EXPECT_EQ(shownIn(TourView::chatWindow), Card::askQuestion);
-    OnboardingTour::messageSent(preferences);
-    EXPECT_EQ(shownIn(TourView::chatWindow), Card::advancedParameters);
-
-    OnboardingTour::store(preferences,
-                          OnboardingTour::afterContinue(Card::advancedParameters, facts()));
-    EXPECT_EQ(shownIn(TourView::chatWindow), Card::none);
-    EXPECT_EQ(shownIn(TourView::startWindow), Card::openDocuments);
-
-    OnboardingTour::store(preferences, OnboardingTour::afterContinue(Card::openDocuments, facts()));
-    EXPECT_TRUE(preferences.onboardingTourEnded());
-    EXPECT_EQ(preferences.onboardingTourStep(), Step::stepZero);
-    EXPECT_EQ(shownIn(TourView::startWindow), Card::none);
-    preferences.setCustomModelId(0);
-    preferences.setOpenAIKey("");
-    EXPECT_EQ(shownIn(TourView::chatWindow), Card::none);
-    preferences.waitForSecretWrites();
 }
 
 }  // namespace
