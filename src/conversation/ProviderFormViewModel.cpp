@@ -186,7 +186,18 @@ void ProviderFormViewModel::Impl::showError(const std::string& words) {
 }
 
 void ProviderFormViewModel::Impl::markOnboardingSetup() {
-    Milestones::keyPassed(preferences, sendEvent);
+    // Set-up means a key of a hosted provider: a server of the user's own
+    // (Ollama, a compatible server) or a routed account (Azure, OpenRouter)
+    // is not counted; their first message will be.
+    switch (owner.state().form) {
+        case ProviderForm::custom:
+        case ProviderForm::ollama:
+        case ProviderForm::azure:
+        case ProviderForm::openRouter:
+            return;
+        default:
+            Milestones::keyPassed(preferences, sendEvent);
+    }
 }
 
 void ProviderFormViewModel::Impl::checkAndSave(const ProviderFormFields& fields) {
