@@ -177,6 +177,12 @@ class SettingsWindowTest : public QObject {
              "lib/styles/atom-one-light.min.css"},
             {"dark scheme", [&] { choose(named<QComboBox>(settings, "Color Scheme"), "Dark"); },
              "String(document.documentElement.classList.contains('dark'))", "true"},
+            // The demo chat's answer has a paragraph and page references.
+            {"page references",
+             [&] { named<QCheckBox>(settings, "Show Page References")->click(); },
+             "String(document.querySelectorAll('#rows .references').length)", "0"},
+            {"markdown", [&] { named<QCheckBox>(settings, "Markdown & Code Syntax")->click(); },
+             "String(document.querySelectorAll('#rows p').length)", "0"},
             {"dark code theme",
              [&] { choose(named<QComboBox>(settings, "Code Theme in Dark"), "Nord"); },
              "document.getElementById('code-theme').getAttribute('href')",
