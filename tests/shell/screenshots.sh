@@ -95,6 +95,20 @@ find_in_viewer() {
     SETTLE=3 shot "viewer-find-$2" "$1"
 }
 
+# Ctrl+, in the start window opens the settings; Ctrl+Tab walks its tabs to
+# Privacy, whose preview shows what redaction sends. Escape closes it.
+settings_tabs() {
+    xdotool windowactivate --sync "$1" >/dev/null 2>&1 || xdotool windowfocus --sync "$1"
+    xdotool key ctrl+comma
+    local settings
+    settings=$(window_named "^Settings$")
+    shot "settings-window-general-$2" "$settings"
+    xdotool windowactivate --sync "$settings" >/dev/null 2>&1 || xdotool windowfocus --sync "$settings"
+    for _ in 1 2 3 4 5; do xdotool key ctrl+Tab; done
+    shot "settings-window-privacy-$2" "$settings"
+    xdotool key Escape
+}
+
 run_scheme() {
     local scheme=$1
     "$cli" settings set colorScheme "$scheme" >/dev/null
@@ -102,6 +116,7 @@ run_scheme() {
     local start
     start=$(window_named "Welcome to Folvane")
     shot "start-$scheme" "$start"
+    settings_tabs "$start" "$scheme"
 
     # A second launch with a file hands it to the running program, which
     # opens its chat: the demo document brings back the demo chat.
