@@ -152,7 +152,7 @@ void MenuBar::addFileMenu() {
     file->addSeparator();
     addEntry(file, QStringLiteral("Add documents..."), {}, [this] { addDocuments(); });
     file->addSeparator();
-    QAction* quit = addEntry(file, QStringLiteral("Quit"), {QKeySequence::Quit}, [] {
+    QAction* quit = addEntry(file, QStringLiteral("Quit"), {ctrl(Qt::Key_Q)}, [] {
         // After the menu has closed and the key's event has returned.
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     });
@@ -169,7 +169,7 @@ void MenuBar::addEditMenu() {
              in::ShowEditLastMessageForm{});
     QMenu* find = edit->addMenu(QStringLiteral("Find"));
     find->setAccessibleName(QStringLiteral("Find"));
-    addEntry(find, QStringLiteral("Find in PDF..."), {QKeySequence::Find},
+    addEntry(find, QStringLiteral("Find in PDF..."), {ctrl(Qt::Key_F)},
              [this] { showSearch(SearchScope::pdf); });
     addEntry(find, QStringLiteral("Find in Chat..."), {ctrlShift(Qt::Key_F)},
              [this] { showSearch(SearchScope::chat); });
