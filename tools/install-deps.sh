@@ -23,6 +23,8 @@ packages=(
     # server with a window manager for the tests that drive the real window
     qt6-base-dev qt6-webengine-dev qt6-webchannel-dev qt6-qpa-plugins libgl-dev
     xvfb xauth xdotool openbox imagemagick
+    # colour emoji, which some settings' choices show ("🔵 Blue")
+    fonts-noto-color-emoji
     # the desktop's accessibility bus, and Python's bindings to it, for the
     # test that drives the window as a screen reader does
     at-spi2-core python3 python3-pyatspi gir1.2-atspi-2.0
