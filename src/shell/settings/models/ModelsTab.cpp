@@ -36,7 +36,7 @@ QString providerLabel(std::string_view provider) {
 // The second line of an entry: the provider, and the model once there is one.
 QString entryDetail(const QString& provider, const std::string& model,
                     std::string_view modelProvider) {
-    if (model.empty()) return provider;
+    if (model.empty()) return provider + QStringLiteral(" · no model chosen yet");
     return provider + QStringLiteral(" · ") +
            QString::fromStdString(modelDisplayName(model, modelProvider));
 }
