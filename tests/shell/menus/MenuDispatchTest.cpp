@@ -21,18 +21,16 @@ using test::menuEntry;
 
 namespace {
 
-// How many times each channel of a chat's viewer was sent on.
+// How many times each channel of a chat's viewer was sent on, by entry title.
 struct NavigatorCounts {
     explicit NavigatorCounts(PageNavigator& navigator) {
-        auto count = [this](ObserverList<>& channel, const char* name) {
-            subscriptions.push_back(channel.subscribe([this, name] { ++sent[name]; }));
-        };
-        count(navigator.goToPreviousPage, "Previous Page");
-        count(navigator.goToNextPage, "Next Page");
-        count(navigator.goBack, "Back");
-        count(navigator.goForward, "Forward");
-        count(navigator.findNext, "Find Next");
-        count(navigator.findPrevious, "Find Previous");
+        for (auto [channel, title] : {std::pair{&navigator.goToPreviousPage, "Previous Page"},
+                                      {&navigator.goToNextPage, "Next Page"},
+                                      {&navigator.goBack, "Back"},
+                                      {&navigator.goForward, "Forward"},
+                                      {&navigator.findNext, "Find Next"},
+                                      {&navigator.findPrevious, "Find Previous"}})
+            subscriptions.push_back(channel->subscribe([this, title] { ++sent[title]; }));
     }
     std::map<QString, int> sent;
     std::vector<Subscription> subscriptions;
@@ -49,10 +47,9 @@ QMessageBox* openAlert(QWidget* window) {
     return nullptr;
 }
 
-QPushButton* alertButton(QMessageBox* box, const QString& text) {
-    for (auto* button : box->buttons())
-        if (button->text() == text) return static_cast<QPushButton*>(button);
-    return nullptr;
+void answer(QMessageBox* alert, const QString& text) {
+    for (auto* button : alert->buttons())
+        if (button->text() == text) button->click();
 }
 
 }  // namespace
@@ -64,61 +61,74 @@ class MenuDispatchTest : public QObject {
         test::ShellTestCore shell;
         ChatWindow* focused = test::openChat(shell, "focused.pdf", conversation);
         ChatWindow* other = test::openChat(shell, "other.pdf", conversation);
-        QVERIFY(focused && other);
         auto chat = test::chatOf(shell, focused);
         auto otherChat = test::chatOf(shell, other);
-        QCOMPARE(chat.state().messages.size(), size_t(2));
         NavigatorCounts counts(*chat.state().pageNavigator);
         NavigatorCounts otherCounts(*otherChat.state().pageNavigator);
         QVERIFY(test::activate(focused));
         // The other window's bar: the focus decides, not the bar.
         MenuBar* bar = test::menuBarOf(other);
+        auto choose = [&](const QStringList& path) { menuEntry(bar, path)->trigger(); };
 
-        for (const QStringList& path :
-             {QStringList{"Go", "Previous Page"}, QStringList{"Go", "Next Page"},
-              QStringList{"Go", "Back"}, QStringList{"Go", "Forward"},
-              QStringList{"Edit", "Find", "Find Next"},
-              QStringList{"Edit", "Find", "Find Previous"}}) {
-            menuEntry(bar, path)->trigger();
+        for (const QStringList& path : {QStringList{"Go", "Previous Page"},
+                                        {"Go", "Next Page"},
+                                        {"Go", "Back"},
+                                        {"Go", "Forward"},
+                                        {"Edit", "Find", "Find Next"},
+                                        {"Edit", "Find", "Find Previous"}}) {
+            choose(path);
             QVERIFY2(counts.sent[path.back()] == 1, qPrintable(path.join(" > ")));
         }
         QVERIFY(otherCounts.sent.empty());
 
-        QApplication::clipboard()->clear();
-        menuEntry(bar, {"Edit", "Copy Last Response"})->trigger();
+        choose({"Edit", "Copy Last Response"});
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("It boils at 81 degrees."));
-
-        menuEntry(bar, {"Conversation", "Reset Context"})->trigger();
+        choose({"Conversation", "Reset Context"});
         QCOMPARE(chat.state().messages.back().role, std::string("application"));
-        QCOMPARE(otherChat.state().messages.size(), size_t(2));
-        menuEntry(bar, {"Conversation", "Clear Context Marker"})->trigger();
+        choose({"Conversation", "Clear Context Marker"});
         QCOMPARE(chat.state().messages.size(), size_t(2));
 
-        menuEntry(bar, {"Edit", "Find", "Find in Chat..."})->trigger();
-        QVERIFY(focused->chatSearch()->isVisible());
-        QVERIFY(!other->chatSearch()->isVisible());
+        choose({"Edit", "Find", "Find in Chat..."});
+        QVERIFY(focused->chatSearch()->isVisible() && !other->chatSearch()->isVisible());
         QTest::keyClicks(focused->chatSearch()->field(), "boils");
         QTRY_COMPARE(chat.state().searchResults.size(), size_t(1));
         QTest::keyClick(focused->chatSearch()->field(), Qt::Key_Escape);
-        QVERIFY(!focused->chatSearch()->isVisible());
         QTRY_COMPARE(chat.state().searchKeyword, std::string());
 
-        menuEntry(bar, {"Go", "Go to Page..."})->trigger();
-        QVERIFY(chat.state().shouldShowGoToPageForm);
-        QVERIFY(!otherChat.state().shouldShowGoToPageForm);
-        auto* goTo = focused->findChild<GoToPageDialog*>();
-        QVERIFY(goTo);
-        goTo->reject();
-        QTRY_VERIFY(!chat.state().shouldShowGoToPageForm);
+        choose({"Go", "Go to Page..."});
+        QVERIFY(chat.state().shouldShowGoToPageForm && !otherChat.state().shouldShowGoToPageForm);
+        focused->findChild<GoToPageDialog*>()->reject();
 
         QAction* viewer = menuEntry(bar, {"View", "Hide Document Viewer"});
         viewer->trigger();
-        QVERIFY(focused->documentPane()->isHidden());
-        QVERIFY(!other->documentPane()->isHidden());
+        QVERIFY(focused->documentPane()->isHidden() && !other->documentPane()->isHidden());
         QCOMPARE(viewer->text(), QStringLiteral("Show Document Viewer"));
         viewer->trigger();
-        QVERIFY(!focused->documentPane()->isHidden());
         QCOMPARE(viewer->text(), QStringLiteral("Hide Document Viewer"));
+
+        // The form of the last message of the user's; closing it tells the chat.
+        choose({"Edit", "Edit Last Message..."});
+        auto* form = focused->findChild<EditLastMessageForm*>();
+        QCOMPARE(form->dialog()->text(), QStringLiteral("What is the boiling point?"));
+        form->dialog()->reject();
+        QTRY_VERIFY(!chat.state().shouldShowEditLastMessageForm);
+
+        // "Delete All Messages..." asks; only "Delete" deletes.
+        for (const QString reply : {"Cancel", "Delete"}) {
+            choose({"Conversation", "Delete All Messages..."});
+            QMessageBox* alert = openAlert(focused);
+            QCOMPARE(alert->text(), QStringLiteral("Delete All Messages?"));
+            QCOMPARE(alert->informativeText(),
+                     QStringLiteral("Do you want to delete all messages in this conversation?"));
+            answer(alert, reply);
+            QCOMPARE(chat.state().messages.size(), reply == "Cancel" ? size_t(2) : size_t(0));
+        }
+        QCOMPARE(otherChat.state().messages.size(), size_t(2));
+        // With none of the user's messages left there is nothing to edit.
+        QTRY_VERIFY(!form->dialog());
+        choose({"Edit", "Edit Last Message..."});
+        QVERIFY(!form->dialog());
+        QTRY_VERIFY(!chat.state().shouldShowEditLastMessageForm);
     }
 
     void withoutAFocusedChatTheChatEntriesDoNothing() {
@@ -134,117 +144,56 @@ class MenuDispatchTest : public QObject {
         MenuDesktop desktop;
         desktop.chooseDocuments = [&](QWidget*, const QString&, auto) { ++panels; };
         desktop.chooseSavePath = [&](QWidget*, const ExportPanel::Request&, auto) { ++panels; };
-        desktop.openUrl = [](const QUrl&) {};
-        desktop.reveal = [](const QString&) {};
         bar->setDesktop(desktop);
         QApplication::clipboard()->setText(QStringLiteral("kept"));
 
-        const QStringList chatMenus = {"Edit", "Go", "Conversation"};
-        for (const auto& [path, action] : test::allEntries(bar)) {
-            if (!chatMenus.contains(path.front()) || path.back() == "Settings...") continue;
-            action->trigger();
+        for (const auto& [path, action] : test::allEntries(bar->actions())) {
+            const bool forChats = QStringList{"Edit", "Go", "Conversation"}.contains(path[0]) ||
+                                  path.back().endsWith("Document Viewer") ||
+                                  path.back() == "Add documents...";
+            if (forChats && !action->menu() && path.back() != "Settings...") action->trigger();
         }
-        menuEntry(bar, {"File", "Add documents..."})->trigger();
-        menuEntry(bar, {"View", "Hide Document Viewer"})->trigger();
-
         QCOMPARE(panels, 0);
         QVERIFY(counts.sent.empty());
         QCOMPARE(chat.state().messages.size(), size_t(2));
-        QVERIFY(!chat.state().shouldShowGoToPageForm);
-        QVERIFY(!chat.state().shouldShowEditLastMessageForm);
+        QVERIFY(!chat.state().shouldShowGoToPageForm &&
+                !chat.state().shouldShowEditLastMessageForm);
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
         QVERIFY(!openAlert(window) && !openAlert(start));
-        QVERIFY(!window->chatSearch()->isVisible());
-        QVERIFY(!window->documentPane()->isHidden());
+        QVERIFY(!window->chatSearch()->isVisible() && !window->documentPane()->isHidden());
 
-        // The files, the settings and the help still work.
+        // Files and settings still work.
         menuEntry(bar, {"File", "New Chat..."})->trigger();
         QCOMPARE(panels, 1);
         menuEntry(bar, {"Edit", "Settings..."})->trigger();
         QVERIFY(shell.windows.settingsWindow() && shell.windows.settingsWindow()->isVisible());
     }
 
-    void theKeysWorkInAChatWindowAndTheViewerKeepsItsZoomKeys() {
+    void keysReachTheEntriesAndTheViewerKeepsItsZoomKeys() {
         test::ShellTestCore shell;
         ChatWindow* window = test::openChat(shell, "paper.pdf", conversation);
-        auto chat = test::chatOf(shell, window);
         QVERIFY(test::activate(window));
         QTRY_VERIFY(window->documentPane()->view());
-        AppPreferences& preferences = shell.core.preferences();
+        AppPreferences& settings = shell.core.preferences();
 
         QTest::keySequence(window, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F));
         QVERIFY(window->chatSearch()->isVisible());
-        QTest::keyClick(window->chatSearch()->field(), Qt::Key_Escape);
-        QTest::keySequence(window, QKeySequence::Find);
+        QTest::keySequence(window, QKeySequence(Qt::CTRL | Qt::Key_F));
         QVERIFY(window->documentPane()->findBar()->isVisible());
-        QTest::keySequence(window, QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_G));
-        QVERIFY(chat.state().shouldShowGoToPageForm);
-        window->findChild<GoToPageDialog*>()->reject();
-        QTRY_VERIFY(!chat.state().shouldShowGoToPageForm);
 
-        // In the message box the font-size keys size the text...
-        window->composeBox()->textEdit()->setFocus();
-        QTest::keySequence(window->composeBox()->textEdit(), QKeySequence(Qt::CTRL | Qt::Key_Plus));
-        QTest::keySequence(window->composeBox()->textEdit(),
-                           QKeySequence(Qt::CTRL | Qt::Key_Equal));
-        QCOMPARE(preferences.textSizeAdjustment(), 2);
-        QTest::keySequence(window->composeBox()->textEdit(), QKeySequence(Qt::CTRL | Qt::Key_0));
-        QCOMPARE(preferences.textSizeAdjustment(), 0);
-        // ...and in the viewer they zoom the pages.
+        QWidget* text = window->composeBox()->textEdit();
+        text->setFocus();
+        for (int key : {Qt::Key_Plus, Qt::Key_Equal})
+            QTest::keySequence(text, QKeySequence(Qt::CTRL | key));
+        QCOMPARE(settings.textSizeAdjustment(), 2);
+        // In the viewer the same keys zoom the pages.
         DocumentView* view = window->documentPane()->view();
         view->setFocus();
         const double zoom = view->zoom();
         QTest::keySequence(view, QKeySequence(Qt::CTRL | Qt::Key_Plus));
         QVERIFY(view->zoom() > zoom);
-        QTest::keySequence(view, QKeySequence(Qt::CTRL | Qt::Key_Minus));
-        QCOMPARE(preferences.textSizeAdjustment(), 0);
-    }
-
-    void deleteAllMessagesAsksFirst() {
-        test::ShellTestCore shell;
-        ChatWindow* window = test::openChat(shell, "paper.pdf", conversation);
-        auto chat = test::chatOf(shell, window);
-        QVERIFY(test::activate(window));
-        QAction* entry =
-            menuEntry(test::menuBarOf(window), {"Conversation", "Delete All Messages..."});
-
-        for (const QString answer : {"Cancel", "Delete"}) {
-            entry->trigger();
-            QMessageBox* alert = openAlert(window);
-            QVERIFY(alert);
-            QCOMPARE(alert->text(), QStringLiteral("Delete All Messages?"));
-            QCOMPARE(alert->informativeText(),
-                     QStringLiteral("Do you want to delete all messages in this conversation?"));
-            QCOMPARE(alert->buttons().size(), 2);
-            alertButton(alert, answer)->click();
-            QTRY_VERIFY(!openAlert(window));
-            QCOMPARE(chat.state().messages.size(), answer == "Cancel" ? size_t(2) : size_t(0));
-        }
-        QVERIFY(shell.core.service().getMessages(window->conversationId(), 0).empty());
-    }
-
-    void editLastMessageEditsTheLastOfTheUsersAndAsksAgain() {
-        test::ShellTestCore shell;
-        ChatWindow* window = test::openChat(shell, "paper.pdf", conversation);
-        auto chat = test::chatOf(shell, window);
-        QVERIFY(test::activate(window));
-        QAction* entry = menuEntry(test::menuBarOf(window), {"Edit", "Edit Last Message..."});
-
-        entry->trigger();
-        auto* form = window->findChild<EditLastMessageForm*>();
-        QVERIFY(form && form->dialog());
-        QCOMPARE(form->dialog()->text(), QStringLiteral("What is the boiling point?"));
-        form->dialog()->reject();
-        QTRY_VERIFY(!chat.state().shouldShowEditLastMessageForm);
-        QCOMPARE(chat.state().messages.size(), size_t(2));
-
-        // A chat with none of the user's messages has nothing to edit.
-        menuEntry(test::menuBarOf(window), {"Conversation", "Delete All Messages..."})->trigger();
-        alertButton(openAlert(window), "Delete")->click();
-        QTRY_VERIFY(!form->dialog());
-        entry->trigger();
-        QVERIFY(!form->dialog());
-        QTRY_VERIFY(!chat.state().shouldShowEditLastMessageForm);
+        QTest::keySequence(view, QKeySequence(Qt::CTRL | Qt::Key_0));
+        QCOMPARE(settings.textSizeAdjustment(), 2);
     }
 
     void addDocumentsGivesTheChosenFilesToTheFocusedChat() {
@@ -260,22 +209,17 @@ class MenuDispatchTest : public QObject {
         ChatWindow* window = test::openChat(shell, "paper.pdf", {});
         auto chat = test::chatOf(shell, window);
         QVERIFY(test::activate(window));
-        const QString added = QString::fromStdString(test::writePaper(shell, "added.pdf"));
-        MenuBar* bar = test::menuBarOf(window);
-        QStringList answer;
+        const std::string added = shell.dir / "added.pdf";
+        test::writeFile(added, test::makePdf({"Added."}));
         MenuDesktop desktop;
         desktop.chooseDocuments = [&](QWidget* parent, const QString&, auto chosen) {
             QCOMPARE(parent, static_cast<QWidget*>(window));
-            chosen(answer);
+            chosen(QStringList{QString::fromStdString(added)});
         };
-        bar->setDesktop(desktop);
+        test::menuBarOf(window)->setDesktop(desktop);
         QTRY_VERIFY_WITH_TIMEOUT(chat.state().loadingState == LoadingState::loaded, 60000);
-        QCOMPARE(chat.state().allDocuments.size(), size_t(1));
 
-        // A cancelled panel (no files) adds nothing.
-        menuEntry(bar, {"File", "Add documents..."})->trigger();
-        answer = {added};
-        menuEntry(bar, {"Conversation", "Add documents..."})->trigger();
+        menuEntry(test::menuBarOf(window), {"Conversation", "Add documents..."})->trigger();
         QTRY_COMPARE(chat.state().allDocuments.size(), size_t(2));
     }
 };

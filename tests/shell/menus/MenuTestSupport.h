@@ -19,81 +19,52 @@
 namespace folvane::test {
 
 // A title as the user reads it: "&File" is "File", "LaTeX && Math" is "LaTeX & Math".
-inline QString plainTitle(const QString& text) {
-    QString plain;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == QLatin1Char('&')) {
-            if (i + 1 < text.size() && text[i + 1] == QLatin1Char('&')) plain += text[++i];
-            continue;
-        }
-        plain += text[i];
-    }
-    return plain;
+inline QString plainTitle(QString text) {
+    return text.replace(QLatin1String("&&"), QLatin1String("\x01"))
+        .remove(QLatin1Char('&'))
+        .replace(QLatin1Char('\x01'), QLatin1Char('&'));
 }
 
-// The entry at the end of a path of titles, from the bar's top menu down.
-inline QAction* menuEntry(const QMenuBar* bar, const QStringList& path) {
-    QList<QAction*> actions = bar->actions();
-    QAction* found = nullptr;
-    for (const QString& title : path) {
-        found = nullptr;
-        for (QAction* action : actions) {
-            if (!action->isSeparator() && plainTitle(action->text()) == title) found = action;
+// Every entry of the bar with its path of titles, submenus included, in order.
+inline std::vector<std::pair<QStringList, QAction*>> allEntries(const QList<QAction*>& actions,
+                                                                const QStringList& path = {}) {
+    std::vector<std::pair<QStringList, QAction*>> entries;
+    for (QAction* action : actions) {
+        if (action->isSeparator()) continue;
+        const QStringList here = path + QStringList{plainTitle(action->text())};
+        entries.emplace_back(here, action);
+        if (action->menu()) {
+            for (auto& entry : allEntries(action->menu()->actions(), here))
+                entries.push_back(entry);
         }
-        if (!found) return nullptr;
-        actions = found->menu() ? found->menu()->actions() : QList<QAction*>{};
     }
-    return found;
+    return entries;
+}
+
+inline QAction* menuEntry(const QMenuBar* bar, const QStringList& path) {
+    for (const auto& [at, action] : allEntries(bar->actions()))
+        if (at == path) return action;
+    return nullptr;
 }
 
 inline MenuBar* menuBarOf(QMainWindow* window) {
     return qobject_cast<MenuBar*>(window->menuBar());
 }
 
-// Every entry of the bar that does something (no submenu, no separator), with
-// its path.
-inline void collectEntries(const QList<QAction*>& actions, const QStringList& path,
-                           std::vector<std::pair<QStringList, QAction*>>& into) {
-    for (QAction* action : actions) {
-        if (action->isSeparator()) continue;
-        const QStringList here = path + QStringList{plainTitle(action->text())};
-        if (action->menu())
-            collectEntries(action->menu()->actions(), here, into);
-        else
-            into.emplace_back(here, action);
-    }
-}
-
-inline std::vector<std::pair<QStringList, QAction*>> allEntries(const QMenuBar* bar) {
-    std::vector<std::pair<QStringList, QAction*>> entries;
-    collectEntries(bar->actions(), {}, entries);
-    return entries;
-}
-
-// A one-page PDF in the test's folder.
-inline std::string writePaper(ShellTestCore& shell, const std::string& name) {
-    const std::string path = shell.dir / name;
-    writeFile(path, makePdf({"The sample of " + name + " boiled at 81 degrees."}));
-    return path;
-}
-
-// A stored message of the chat.
-inline void addMessage(ShellTestCore& shell, int64_t chatId, const std::string& role,
-                       const std::string& content) {
-    Message message;
-    message.conversationId = chatId;
-    message.role = role;
-    message.content = content;
-    shell.core.service().insertMessage(message);
-}
-
-// A chat of one new document, with these messages (role, content), its window
-// open and its view model synced.
+// A chat of one new one-page document with these messages (role, content),
+// its window open.
 inline ChatWindow* openChat(ShellTestCore& shell, const std::string& name,
                             const std::vector<std::pair<std::string, std::string>>& messages) {
-    const std::string path = writePaper(shell, name);
+    const std::string path = shell.dir / name;
+    writeFile(path, makePdf({"The sample of " + name + " boiled at 81 degrees."}));
     const int64_t id = shell.core.service().createConversation({fileUrlFromPath(path)}).id;
-    for (const auto& [role, content] : messages) addMessage(shell, id, role, content);
+    for (const auto& [role, content] : messages) {
+        Message message;
+        message.conversationId = id;
+        message.role = role;
+        message.content = content;
+        shell.core.service().insertMessage(message);
+    }
     shell.core.chatList().trigger(chat_list_input::Sync{});
     shell.windows.openChat(id);
     return shell.windows.chatWindow(id);
@@ -105,7 +76,6 @@ inline ChatDetailRef chatOf(ShellTestCore& shell, const ChatWindow* window) {
 
 inline bool activate(QWidget* window) {
     window->show();
-    window->raise();
     window->activateWindow();
     return QTest::qWaitForWindowActive(window);
 }
