@@ -53,6 +53,8 @@
             highlight: (code, language) =>
                 '<pre><code class="hljs">' + highlight(code, language) + '</code></pre>'
         });
+        // A chat search marks its hits in replies as ==hit==.
+        if (window.markdownitMark) md.use(window.markdownitMark);
         if (withMath && window.texmath && window.katex)
             md.use(window.texmath, { engine: window.katex, delimiters: ['dollars', 'brackets'],
                                      katexOptions: { throwOnError: false } });
