@@ -244,6 +244,13 @@ class AppPreferences {
     void setGoogleSearchApiKey(const std::string& key) {
         setValue(Setting::googleSearchApiKey, key);
     }
+    // Where `model download` fetches the local model's weights, and the
+    // SHA-256 (hex) they must have; "" until the first download stores it.
+    std::string embeddingModelURL() const { return text(Setting::embeddingModelURL); }
+    std::string embeddingModelSHA256() const { return text(Setting::embeddingModelSHA256); }
+    void setEmbeddingModelSHA256(const std::string& digest) {
+        setValue(Setting::embeddingModelSHA256, digest);
+    }
 
     // A chat can be answered: OpenAI is the default and has a key, or a custom
     // model is the default.

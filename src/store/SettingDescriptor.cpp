@@ -109,6 +109,14 @@ std::vector<SettingDescriptor> makeDescriptors() {
         {usageEventsCollector, "usageEventsCollector", stored, text, "", {}},
         {googleSearchEngineId, "googleSearchEngineId", stored, text, "", {}},
         {googleSearchApiKey, "googleSearchApiKey", stored, text, "", {}},
+        {embeddingModelURL,
+         "embeddingModelURL",
+         stored,
+         text,
+         "https://huggingface.co/sentence-transformers/msmarco-distilbert-base-tas-b/resolve/main/"
+         "model.safetensors",
+         {}},
+        {embeddingModelSHA256, "embeddingModelSHA256", stored, text, "", {}},
     };
 
     // Settings are looked up by position; a table out of step with the

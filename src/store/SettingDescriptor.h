@@ -68,10 +68,12 @@ enum class Setting {
     usageEventsCollector,
     googleSearchEngineId,
     googleSearchApiKey,
+    embeddingModelURL,
+    embeddingModelSHA256,
 };
 
 inline constexpr std::size_t settingCount =
-    static_cast<std::size_t>(Setting::googleSearchApiKey) + 1;
+    static_cast<std::size_t>(Setting::embeddingModelSHA256) + 1;
 
 enum class SettingKind { stored, published };
 

@@ -36,7 +36,7 @@ TEST_F(SettingsCommandTest, ListShowsEverySettingOnceAsJson) {
     EXPECT_THAT(result.out, HasSubstr("codeColorSchemeDark = \"github-dark\"\n"));
     EXPECT_THAT(result.out, HasSubstr("openAICustomHost = \"\"\n"));
     EXPECT_THAT(result.out, HasSubstr("usageEventsCollector = \"\"\n"));
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 54);
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 56);
 }
 
 TEST_F(SettingsCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
