@@ -28,6 +28,10 @@ packages=(
     # the desktop's accessibility bus, and Python's bindings to it, for the
     # test that drives the window as a screen reader does
     at-spi2-core python3 python3-pyatspi gir1.2-atspi-2.0
+    # packaging: the icon's PNG sizes drawn from its SVG, the checkers of the
+    # .desktop file and the AppStream metainfo, and what CPack's DEB generator
+    # runs to find the libraries' packages
+    librsvg2-bin desktop-file-utils appstream dpkg-dev file
 )
 
 # Node.js runs npm for the pinned build assets below; any recent version will do.
