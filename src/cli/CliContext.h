@@ -81,5 +81,6 @@ int runSearchCommand(CliContext& context, const CliArguments& args);
 int runFindCommand(CliContext& context, const CliArguments& args);
 int runRenderCommand(CliContext& context, const CliArguments& args);
 int runLocateCommand(CliContext& context, const CliArguments& args);
+int runModelCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

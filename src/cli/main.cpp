@@ -69,6 +69,9 @@ Commands:
   prompts list | add NAME TEXT | edit ID [OPTIONS] | duplicate ID | remove ID... |
           move ID POSITION | find QUERY
                                   manage the prompt library; find lists what the picker shows
+  model download                  fetch the local embedding model's weights from the setting
+                                  embeddingModelURL into models/ of the data directory,
+                                  checked against embeddingModelSHA256 (stored when empty)
   help                            show this text
 
 Options:
@@ -98,6 +101,7 @@ const std::map<std::string, Command> commands{
     {"retrieve", folvane::runRetrieveCommand},
     {"export-index", folvane::runExportIndexCommand},
     {"models", folvane::runModelsCommand},
+    {"model", folvane::runModelCommand},
     {"prompts", folvane::runPromptsCommand},
     {"export", folvane::runExportCommand},
     {"fork", folvane::runForkCommand},
