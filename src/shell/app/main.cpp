@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QIcon>
 #include <QMessageBox>
 #include <QTimer>
 #include <QUrl>
@@ -88,6 +89,13 @@ int main(int argc, char** argv) {
 
     folvane::QtMainQueue mainQueue;
     folvane::AppCore core(folvane::AppPaths::standard(), mainQueue);
+    // The icon theme has it once installed; from the build tree, the drawn
+    // icon beside the resources.
+    const QString builtIcon =
+        QString::fromStdString(core.paths().resourceDirectory) +
+        QStringLiteral("/../icons/hicolor/256x256/apps/co.tessavel.Folvane.png");
+    QApplication::setWindowIcon(
+        QIcon::fromTheme(QStringLiteral("co.tessavel.Folvane"), QIcon(builtIcon)));
     std::unique_ptr<folvane::CustomModelListViewModel> customModels;
     try {
         core.preferences();
