@@ -2,14 +2,19 @@
 
 #include <QButtonGroup>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+#include "SimilaritySearchKit/DistilbertEmbeddings.h"
+#include "SimilaritySearchKit/ModelDownload.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -30,10 +35,36 @@ QString tasksText(int tasks) {
     return QStringLiteral("Number of concurrent indexing tasks: ") + QString::number(tasks);
 }
 
+// The least time between two progress updates posted to the main thread.
+constexpr auto progressInterval = std::chrono::milliseconds(200);
+
+QString megabytes(std::uint64_t bytes) {
+    return QString::number(double(bytes) / 1e6, 'f', 1) + QStringLiteral(" MB");
+}
+
+QString progressText(const ModelDownloadProgress& progress) {
+    QString text = megabytes(progress.bytesDone);
+    if (progress.totalBytes) text += QStringLiteral(" of ") + megabytes(*progress.totalBytes);
+    text += QStringLiteral(", ") + megabytes(std::uint64_t(progress.bytesPerSecond)) +
+            QStringLiteral("/s");
+    if (progress.secondsLeft)
+        text += QStringLiteral(", ") + QString::number(qRound64(*progress.secondsLeft)) +
+                QStringLiteral(" s left");
+    return text;
+}
+
 }  // namespace
 
 AdvancedTab::AdvancedTab(AppPreferences& preferences, QWidget* parent)
-    : SettingsPage(preferences, parent) {
+    : AdvancedTab(preferences, nullptr, {}, parent) {}
+
+AdvancedTab::~AdvancedTab() = default;
+
+AdvancedTab::AdvancedTab(AppPreferences& preferences, std::shared_ptr<HttpClient> http,
+                         std::filesystem::path modelsDirectory, QWidget* parent)
+    : SettingsPage(preferences, parent),
+      http_(std::move(http)),
+      modelsDirectory_(std::move(modelsDirectory)) {
     QFormLayout* form = makeForm(this);
 
     QButtonGroup* group = makeChoices(
@@ -117,6 +148,107 @@ AdvancedTab::AdvancedTab(AppPreferences& preferences, QWidget* parent)
             tasks->setValue(count);
         }
         tasksValue->setText(tasksText(count));
+    });
+    if (http_) addModelDownload(form);
+}
+
+void AdvancedTab::addModelDownload(QFormLayout* form) {
+    auto* row = new QWidget(this);
+    auto* layout = new QVBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* buttons = new QHBoxLayout;
+    downloadButton_ = new QPushButton(QStringLiteral("Download"), row);
+    downloadButton_->setAccessibleName(QStringLiteral("Download the local model"));
+    cancelButton_ = new QPushButton(QStringLiteral("Cancel"), row);
+    cancelButton_->setAccessibleName(QStringLiteral("Cancel the download"));
+    cancelButton_->setVisible(false);
+    buttons->addWidget(downloadButton_);
+    buttons->addWidget(cancelButton_);
+    buttons->addStretch();
+    downloadBar_ = new QProgressBar(row);
+    downloadBar_->setAccessibleName(QStringLiteral("Model download progress"));
+    downloadBar_->setVisible(false);
+    downloadStatus_ = new QLabel(row);
+    downloadStatus_->setWordWrap(true);
+    downloadStatus_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    layout->addLayout(buttons);
+    layout->addWidget(downloadBar_);
+    layout->addWidget(downloadStatus_);
+    layout->addWidget(makeHelp(
+        QStringLiteral("Downloads the weights of the local embedding model (about 265 MB) from "
+                       "the address in the setting embeddingModelURL. An interrupted download "
+                       "resumes where it stopped."),
+        downloadButton_, row));
+    addRow(form, QStringLiteral("Local model:"), row, downloadButton_);
+    connect(downloadButton_, &QPushButton::clicked, this, &AdvancedTab::startDownload);
+    connect(cancelButton_, &QPushButton::clicked, this, [this] {
+        worker_.request_stop();
+        cancelButton_->setEnabled(false);
+    });
+}
+
+void AdvancedTab::startDownload() {
+    if (worker_.joinable()) worker_.join();  // the last one has ended: it posted its result
+    const ModelDownload::Request request{preferences().embeddingModelURL(), modelsDirectory_,
+                                         DistilbertEmbeddings::weightsFileName,
+                                         preferences().embeddingModelSHA256()};
+    downloadButton_->setEnabled(false);
+    cancelButton_->setEnabled(true);
+    cancelButton_->setVisible(true);
+    downloadBar_->setVisible(true);
+    downloadBar_->setRange(0, 0);
+    downloadStatus_->setText(QStringLiteral("Starting the download…"));
+
+    QPointer<AdvancedTab> tab(this);
+    worker_ = std::jthread([tab, request, http = http_](std::stop_token stop) {
+        auto lastPost = std::chrono::steady_clock::time_point{};
+        auto onProgress = [&](const ModelDownloadProgress& progress) {
+            const auto now = std::chrono::steady_clock::now();
+            if (now - lastPost < progressInterval) return;
+            lastPost = now;
+            QMetaObject::invokeMethod(
+                tab,
+                [tab, progress] {
+                    if (!tab || !tab->cancelButton_->isEnabled()) return;
+                    if (progress.totalBytes && *progress.totalBytes > 0) {
+                        tab->downloadBar_->setRange(0, 1000);
+                        tab->downloadBar_->setValue(int(1000.0 * double(progress.bytesDone) /
+                                                        double(*progress.totalBytes)));
+                    }
+                    tab->downloadStatus_->setText(progressText(progress));
+                },
+                Qt::QueuedConnection);
+        };
+        std::optional<ModelDownloadResult> result;
+        QString failure;
+        try {
+            result = ModelDownload(http).run(request, onProgress, stop);
+        } catch (const std::exception& error) {
+            // The worker's boundary: the failure becomes the tab's status.
+            failure = QString::fromStdString(error.what());
+        }
+        QMetaObject::invokeMethod(
+            tab,
+            [tab, result, failure, request] {
+                if (!tab) return;
+                tab->downloadButton_->setEnabled(true);
+                tab->cancelButton_->setVisible(false);
+                tab->downloadBar_->setVisible(false);
+                if (!result) {
+                    tab->downloadStatus_->setText(failure);
+                    return;
+                }
+                QString text = QStringLiteral("Downloaded to ") +
+                               QString::fromStdString(result->path.string()) +
+                               QStringLiteral("\nSHA-256 ") +
+                               QString::fromStdString(result->sha256);
+                if (request.expectedSHA256.empty()) {
+                    tab->write([&] { tab->preferences().setEmbeddingModelSHA256(result->sha256); });
+                    text += QStringLiteral(" (stored: later downloads must match it)");
+                }
+                tab->downloadStatus_->setText(text);
+            },
+            Qt::QueuedConnection);
     });
 }
 

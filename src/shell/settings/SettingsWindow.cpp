@@ -102,7 +102,9 @@ SettingsWindow::SettingsWindow(AppCore& core, QWidget* parent)
                 page = scrolling(new PrivacyTab(preferences));
                 break;
             case SettingsTab::advanced:
-                page = scrolling(new AdvancedTab(preferences));
+                page = scrolling(
+                    new AdvancedTab(preferences, core.http(),
+                                    std::filesystem::path(core.paths().dataDirectory) / "models"));
                 break;
         }
         page->setObjectName(identifier(tab));

@@ -1,6 +1,7 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -18,6 +19,7 @@
 #include "shell/settings/PrivacyTab.h"
 #include "shell/settings/SettingsWindow.h"
 #include "store/AppPreferences.h"
+#include "support/LoopbackServer.h"
 #include "support/ShellTestCore.h"
 
 using namespace folvane;
@@ -303,6 +305,35 @@ class SettingsTabsTest : public QObject {
         // Beyond the slider's end, set elsewhere: the slider still shows it.
         s.preferences.setIndexingParallelTask(16);
         QCOMPARE(tasks->value(), 16);
+    }
+
+    void theModelDownloadsOnAskingAndStoresItsDigest() {
+        test::LoopbackServer server;
+        const std::string weights(300'000, 'w');
+        server.setHandler(test::plainResponse(weights, 200, "application/octet-stream"));
+        Settings s;
+        s.preferences.setValue(Setting::embeddingModelURL, server.baseURL() + "/m");
+        auto* download = s.find<QPushButton>(SettingsTab::advanced, "Download the local model");
+        QVERIFY(download);
+        QVERIFY(server.requests().empty());  // nothing is fetched until asked
+
+        download->click();
+        QVERIFY(!download->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(download->isEnabled(), 10000);
+        const auto model = std::filesystem::path(s.shell.core.paths().dataDirectory) / "models" /
+                           "msmarco-distilbert-base-tas-b.safetensors";
+        QCOMPARE(test::readFile(model), weights);
+        QCOMPARE(s.preferences.embeddingModelSHA256().size(), size_t(64));
+        auto* status = download->parentWidget()->findChildren<QLabel*>().front();
+        QVERIFY(
+            status->text().contains(QString::fromStdString(s.preferences.embeddingModelSHA256())));
+
+        // Another file under the address: refused, in the user's words.
+        server.setHandler(test::plainResponse("other", 200, "application/octet-stream"));
+        download->click();
+        QTRY_VERIFY_WITH_TIMEOUT(download->isEnabled(), 10000);
+        QVERIFY(status->text().startsWith("The downloaded file does not match"));
+        QCOMPARE(test::readFile(model), weights);
     }
 
     void thePreviewRedactsAsTheSwitchesStand_data() {
