@@ -336,6 +336,31 @@ class SettingsTabsTest : public QObject {
         QCOMPARE(test::readFile(model), weights);
     }
 
+    void aCancelledDownloadKeepsWhatCameForTheNextOne() {
+        test::LoopbackServer server;
+        server.setHandler(
+            test::chunkedResponse(std::vector<std::string>(200, std::string(1000, 'p')), 200, {},
+                                  std::chrono::milliseconds(20)));
+        Settings s;
+        s.preferences.setValue(Setting::embeddingModelURL, server.baseURL() + "/m");
+        auto* download = s.find<QPushButton>(SettingsTab::advanced, "Download the local model");
+        auto* cancel = s.find<QPushButton>(SettingsTab::advanced, "Cancel the download");
+        QVERIFY(download && cancel);
+        auto* status = download->parentWidget()->findChildren<QLabel*>().front();
+
+        download->click();
+        QVERIFY(cancel->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(status->text().contains("MB/s"), 5000);
+        cancel->click();
+        QTRY_VERIFY_WITH_TIMEOUT(download->isEnabled(), 5000);
+        QVERIFY(!cancel->isVisible());
+        QVERIFY(status->text().startsWith("The download was cancelled."));
+        const auto part = std::filesystem::path(s.shell.core.paths().dataDirectory) / "models" /
+                          "msmarco-distilbert-base-tas-b.safetensors.part";
+        QVERIFY(std::filesystem::file_size(part) > 0);
+        QVERIFY(s.preferences.embeddingModelSHA256().empty());
+    }
+
     void thePreviewRedactsAsTheSwitchesStand_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("kept");
