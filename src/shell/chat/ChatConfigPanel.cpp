@@ -50,7 +50,14 @@ ChatConfigPanel::ChatConfigPanel(ChatDetailRef chat, CustomModelListRef& customM
     provider_ = new QComboBox(this);
     addRow(QStringLiteral("API Provider:"), provider_);
     connect(provider_, &QComboBox::activated, this, [this](int index) {
-        chat_.trigger(chat_input::UpdateCustomModel{provider_->itemData(index).toLongLong()});
+        const int64_t id = provider_->itemData(index).toLongLong();
+        chat_.trigger(chat_input::UpdateCustomModel{id});
+        // A model of one's own answers as its row's model: the chat takes it.
+        for (const auto& model : customModels_.state().models) {
+            const std::string& modelId = model.state().model.modelId;
+            if (model.id() == id && !modelId.empty())
+                chat_.trigger(chat_input::UpdateModel{modelId});
+        }
     });
 
     auto* modelBox = new QWidget(this);

@@ -35,6 +35,7 @@ class ChatConfigPanelTest : public QObject {
         CustomModel router;
         router.provider = "OpenRouter";
         router.name = "My Router";
+        router.modelId = "openai/gpt-4";
         router.contextLength = 2048;
         const int64_t routerId = shell.core.service().insertCustomModel(router);
         shell.core.preferences().setOpenRouterModels(
@@ -67,6 +68,10 @@ class ChatConfigPanelTest : public QObject {
         const auto provider = chat.chat->sent<chat_input::UpdateCustomModel>();
         QCOMPARE(provider.size(), size_t(1));
         QCOMPARE(provider[0].customModelId, routerId);
+        // The chat takes the router's model with it, as the requests name it.
+        const auto routerModel = chat.chat->sent<chat_input::UpdateModel>();
+        QCOMPARE(routerModel.size(), size_t(2));
+        QCOMPARE(routerModel[1].model, std::string("openai/gpt-4"));
 
         // The chat now answers through the router: its catalogue is offered.
         chat.chat->change([&](ChatDetailState& s) {
