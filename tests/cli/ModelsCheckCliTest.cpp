@@ -74,7 +74,8 @@ TEST_F(ModelsCheckCliTest, ACheckThatPassesSavesTheKeyAndOneThatFailsSaysWhy) {
               (json{{"model", "qwen2.5"},
                     {"messages", {{{"role", "user"}, {"content", "How are you?"}}}},
                     {"stream", false}}));
-    EXPECT_TRUE(settings()["onboardingSetup"].get<bool>());
+    EXPECT_EQ(settings()["customModelId"].get<int64_t>(), std::stoll(id))
+        << "the first checked row is the default";
 }
 
 TEST_F(ModelsCheckCliTest, AnOllamaCheckReadsTheServersModels) {
