@@ -41,10 +41,12 @@ QString entryDetail(const QString& provider, const std::string& model,
            QString::fromStdString(modelDisplayName(model, modelProvider));
 }
 
+// The mark goes beside the name: a long model on the second line would push
+// it out of the list's width.
 QString entryText(const QString& name, const QString& detail, bool isDefault) {
-    QString text = name + QLatin1Char('\n') + detail;
+    QString text = name;
     if (isDefault) text += QStringLiteral("  ·  DEFAULT");
-    return text;
+    return text + QLatin1Char('\n') + detail;
 }
 
 }  // namespace
