@@ -2,12 +2,17 @@
 names a screen reader speaks: opens the example chat, points it at the
 loopback server, asks, watches the answer stream with its page buttons,
 regenerates, filters the chat list, opens a PDF from a second launch and
-deletes its chat. Saves a screenshot of each step to $SHOTS; any step that
-does not happen fails the run with the step's name.
+deletes its chat. Then the settings: adds the loopback server as an
+OpenAI-compatible server, sees it refuse a wrong key and take the right one,
+starts a chat with a PDF that goes to it, and changes the text size under the
+open chat. Saves a screenshot of each step to $SHOTS; any step that does not
+happen fails the run with the step's name.
 
-Qt keeps popup menus out of the tree (screen readers follow them by focus),
-so the row menu is worked with keys; everything else is found by role and name.
+Qt keeps popups (menus, the error popover) out of the tree; a screen reader
+follows them by focus, and so does the walkthrough: their entries are read
+from AT-SPI's focus events. Everything else is found by role and name.
 """
+import json
 import os
 import shutil
 import subprocess
@@ -15,6 +20,9 @@ import sys
 import time
 
 import pyatspi
+from gi.repository import GLib
+
+from chat_server import KEY, WRONG_KEY_MESSAGE
 
 SHOTS = os.environ["SHOTS"]
 WAIT = float(os.environ.get("WALKTHROUGH_WAIT", "60"))
@@ -140,8 +148,85 @@ def yellow_share(extents):
         return 0.0
 
 
+class Focus:
+    """What has the keyboard focus, as a screen reader learns it: from AT-SPI's
+    focus events, which also reach popups."""
+
+    def __init__(self):
+        self.node = None
+        pyatspi.Registry.registerEventListener(self._changed, "object:state-changed:focused")
+
+    def _changed(self, event):
+        if event.detail1:
+            self.node = event.source
+
+    def now(self):
+        context = GLib.MainContext.default()
+        while context.iteration(False):
+            pass
+        return self.node
+
+    def named(self, role, contains):
+        node = self.now()
+        try:
+            if node is not None and node.getRoleName() == role and contains in (node.name or ""):
+                return node
+        except Exception:
+            pass
+        return None
+
+
+def choose_in_menu(focus, entry):
+    """Walks an open popup menu upwards, from its last entry, until the entry
+    that has the focus is the one wanted, and takes it."""
+    for _ in range(12):
+        keys("Up")
+        try:
+            wait_for(entry, lambda: focus.named("menu item", entry), timeout=3)
+        except StepFailed:
+            continue
+        keys("Return")
+        return
+    raise StepFailed(f"the menu entry {entry}")
+
+
+def fill(field, text):
+    click(field)
+    keys("ctrl+a")
+    type_text(text)
+
+
+def requests():
+    """What the loopback server was asked, one record a request."""
+    with open(os.path.join(os.environ["WORK"], "requests.jsonl")) as log:
+        return [json.loads(line) for line in log if line.strip()]
+
+
 def transcript(window):
     return find(window, "document web", "Transcript", visible=False)
+
+
+def answered(chat):
+    page = transcript(chat)
+    return (find(page, "push button", "Regenerate response", visible=False)
+            and not find(page, "label", "Assistant is typing...", visible=False)
+            and find(page, "label", contains="every block after it", visible=False))
+
+
+def top_level(app, role, name=None, contains=None):
+    """One of the program's windows, without walking into the others."""
+    for window in app:
+        try:
+            if window.getRoleName() != role:
+                continue
+            if name is not None and window.name != name:
+                continue
+            if contains is not None and contains not in (window.name or ""):
+                continue
+        except Exception:
+            continue
+        return window
+    return None
 
 
 def chat_rows(start):
@@ -179,14 +264,11 @@ def main():
         transcript(chat), "label", contains="Proof of work", visible=False))
     shot("answer-streaming")
 
-    def answered():
-        page = transcript(chat)
-        return (find(page, "push button", "Regenerate response", visible=False)
-                and not find(page, "label", "Assistant is typing...", visible=False)
-                and find(page, "label", contains="every block after it", visible=False))
-
-    wait_for("the answer complete", answered)
+    wait_for("the answer complete", lambda: answered(chat))
     wait_for("the cost in the title", lambda: find(app, "frame", contains="· ~$"))
+    asked = [r["model"] for r in requests() if r["question"] == "How is the chain secured?"]
+    if asked != ["gpt-4"]:
+        raise StepFailed(f"the question sent with Loopback's model gpt-4, not {asked}")
     answers = find_all(transcript(chat), "section", "Assistant message", visible=False)
     if len(answers) != 2 or not find(answers[-1], "push button", "Page 1", visible=False):
         raise StepFailed("the answer's page button")
@@ -211,7 +293,7 @@ def main():
     wait_for("the regenerated answer streaming",
              lambda: find(transcript(chat), "label", "Assistant is typing...", visible=False))
     shot("regenerating")
-    wait_for("the regenerated answer complete", answered)
+    wait_for("the regenerated answer complete", lambda: answered(chat))
     if len(find_all(transcript(chat), "section", "Assistant message", visible=False)) != 2:
         raise StepFailed("regenerating replaced the last answer")
 
@@ -254,6 +336,119 @@ def main():
     wait_for("the chat's window closed",
              lambda: not find(app, "frame", contains="My Notes"), timeout=10)
     shot("deleted")
+
+    settings_scenario(app, start)
+
+
+def settings_scenario(app, start):
+    focus = Focus()
+    with open(os.path.join(os.environ["WORK"], "port")) as port:
+        endpoint = f"http://127.0.0.1:{port.read().strip()}/v1/chat/completions"
+    model_id = "walkthrough-model"
+
+    # The settings from the start window's button, then the "Models" tab.
+    raise_window("Welcome to Folvane")
+    press(find(start, "push button", "Settings"), "Press")
+    settings = wait_for("the settings window", lambda: top_level(app, "filler", "Settings"))
+    click(find(settings, "page tab", "Models"))
+    models = wait_for("the Models tab", lambda: find(settings, "filler", "Models"))
+
+    # "Add", "OpenAI-compatible Server (beta)", and its form filled in with a
+    # wrong key.
+    click(find(models, "push button", "Add"))
+    choose_in_menu(focus, "OpenAI-compatible Server (beta)")
+    form = wait_for("the server's form", lambda: find(models, "filler", "OpenAI-compatible Server"))
+    fill(find(form, "text", "Name"), "My Server")
+    fill(find(form, "text", "API Endpoint"), endpoint)
+    fill(find(form, "text", "Model ID"), model_id)
+    fill(find(form, "password text", "API Key"), "fvk-wrong-key")
+    click(find(form, "push button", "Save"))
+
+    # The server refuses it, and the popover says so in the server's words;
+    # nothing is saved.
+    error = wait_for("the server's words in the error popover",
+                     lambda: focus.named("label", WRONG_KEY_MESSAGE))
+    shot("server-rejected-key")
+    if not error.name.startswith("Sorry, OpenAI has rejected your request."):
+        raise StepFailed(f"the popover's words: {error.name}")
+    checks = [r for r in requests() if r["question"] == "How are you?"]
+    if [r["key"] for r in checks] != ["wrong"]:
+        raise StepFailed(f"one check with the wrong key, not {checks}")
+    if find(models, "list item", contains="My Server"):
+        raise StepFailed("a server saved although its check failed")
+    keys("Escape")
+
+    # The right key passes the check and saves the server. It does not take
+    # the default from the server that the chats use already: "Set as
+    # Default" does.
+    fill(find(form, "password text", "API Key"), KEY)
+    click(find(form, "push button", "Save"))
+    wait_for("the server saved", lambda: find(models, "list item", contains="My Server"))
+    if find(form, "label", "DEFAULT"):
+        raise StepFailed("the new server made the default over the one in use")
+    press(find(form, "push button", "Set as Default"), "Press")
+    wait_for("the server marked DEFAULT", lambda: find(form, "label", "DEFAULT"))
+    defaults = [entry.name for entry in find_all(models, "list item", contains="DEFAULT")]
+    if len(defaults) != 1 or not defaults[0].startswith("My Server"):
+        raise StepFailed(f"the server's entry as the only default, not {defaults}")
+    checks = [r for r in requests() if r["question"] == "How are you?"]
+    if [(r["key"], r["model"], r["stream"], r["path"]) for r in checks] != [
+            ("wrong", model_id, False, "/v1/chat/completions"),
+            ("right", model_id, False, "/v1/chat/completions")]:
+        raise StepFailed(f"the check with the right key, not {checks}")
+    shot("server-saved")
+    keys("ctrl+w")
+    wait_for("the settings closed", lambda: not top_level(app, "filler", "Settings"), timeout=10)
+
+    # A new chat with a PDF: "Start a new chat..." and the file's path.
+    paper = os.path.join(os.environ["WORK"], "Loopback Paper.pdf")
+    shutil.copy(os.path.join(os.environ["XDG_DATA_HOME"], "co.tessavel.Folvane",
+                             "Bitcoin Whitepaper.pdf"), paper)
+    raise_window("Welcome to Folvane")
+    # A click, not the button's action: the dialog holds the program until it
+    # closes, and the action's answer with it.
+    click(find(start, "push button", "Start a new chat..."))
+    dialog = wait_for("the file dialog", lambda: top_level(app, "dialog", "Start a new chat..."))
+    fill(find(dialog, "text", "File name:"), paper)
+    keys("Return")
+    chat = wait_for("the new chat on the server",
+                    lambda: top_level(app, "frame", "Loopback Paper — My Server"))
+
+    # Ask: the question goes to the server with its model and its key.
+    click(wait_for("the message field", lambda: find(chat, "text", "Message")))
+    type_text("What does proof of work protect?")
+    keys("Return")
+    wait_for("the server's answer", lambda: answered(chat))
+    asked = [r for r in requests() if "What does proof of work protect?" in (r["question"] or "")]
+    if [(r["key"], r["model"], r["stream"], r["path"]) for r in asked] != [
+            ("right", model_id, True, "/v1/chat/completions")]:
+        raise StepFailed(f"the question sent to the server, not {asked}")
+    shot("new-chat-answer")
+
+    # The text size, with the chat open: Ctrl+, in the chat's window brings
+    # the settings back, "Appearance", and the "Text Size" slider three steps
+    # (6 points) up. AT-SPI does not tell the page's font size, but it does
+    # tell the answer's box, which grows with its text.
+    def answer_height():
+        answer = find(transcript(chat), "label", contains="every block after it", visible=False)
+        return answer.queryComponent().getExtents(pyatspi.DESKTOP_COORDS).height
+
+    before = answer_height()
+    keys("ctrl+comma")
+    settings = wait_for("the settings again", lambda: top_level(app, "filler", "Settings"))
+    click(find(settings, "page tab", "Appearance"))
+    size = wait_for("the text size", lambda: find(settings, "slider", "Text Size"))
+    size.queryComponent().grabFocus()
+    keys("Right", "Right", "Right")
+    wait_for("the size three steps up", lambda: size.queryValue().currentValue == 3, timeout=20)
+    wait_for("the open chat's answer in larger text",
+             lambda: answer_height() > before * 1.3, timeout=20)
+    shot("text-size")
+    raise_window("Loopback Paper — My Server")
+    shot("text-size-chat")
+    press(find(settings, "push button", "Reset", visible=False), "Press")
+    wait_for("the answer's text size back",
+             lambda: answer_height() < before * 1.15, timeout=20)
 
 
 if __name__ == "__main__":

@@ -26,7 +26,19 @@ mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$3"
 chmod 700 "$XDG_RUNTIME_DIR"
 unset QT_QPA_PLATFORM
 
-/usr/bin/python3 "$here/chat_server.py" "$work/port" &
+# The keyring that a desktop session unlocks at login: the API key typed into
+# the settings goes there. It must own the Secret Service's name before the
+# first start, which would otherwise wake a locked one.
+mkdir -p "$XDG_DATA_HOME"
+printf walkthrough | gnome-keyring-daemon --foreground --unlock --components=secrets \
+    >/dev/null 2>&1 &
+pids+=($!)
+for _ in $(seq 50); do
+    busctl --user --auto-start=no status org.freedesktop.secrets >/dev/null 2>&1 && break
+    sleep 0.1
+done
+
+/usr/bin/python3 "$here/chat_server.py" "$work/port" "$work/requests.jsonl" &
 pids+=($!)
 for _ in $(seq 50); do [ -s "$work/port" ] && break; sleep 0.1; done
 
@@ -46,7 +58,8 @@ sleep 1
 pids+=($!)
 
 status=0
-WORK=$work FOLVANE=$1 SHOTS=$3 /usr/bin/python3 "$here/walkthrough.py" || status=$?
+# -B: the walkthrough imports the server's key, and leaves no bytecode here.
+WORK=$work FOLVANE=$1 SHOTS=$3 /usr/bin/python3 -B "$here/walkthrough.py" || status=$?
 if [ "$status" -ne 0 ]; then
     echo "--- folvane's log" >&2
     tail -n 40 "$work/folvane.log" >&2
