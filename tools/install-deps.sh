@@ -32,6 +32,16 @@ packages=(
     # .desktop file and the AppStream metainfo, and what CPack's DEB generator
     # runs to find the libraries' packages
     librsvg2-bin desktop-file-utils appstream dpkg-dev file
+    # dictation and reading aloud: Qt's multimedia over GStreamer (AAC from
+    # plugins-bad and libav), PulseAudio with its null sink for the headless
+    # tests, on-device recognition (pocketsphinx) and speech (flite), and
+    # flite's command for the test clips
+    qt6-multimedia-dev gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
+    gstreamer1.0-pulseaudio pulseaudio pulseaudio-utils
+    libpocketsphinx-dev pocketsphinx-en-us qt6-speech-dev qt6-speech-flite-plugin flite
+    # the browser's tab: Firefox's session file (LZ4), the X11 key grab and
+    # the frontmost window, and Chromium for the end-to-end check
+    liblz4-dev libxcb1-dev libxcb-keysyms1-dev chromium
 )
 
 # Node.js runs npm for the pinned build assets below; any recent version will do.
