@@ -36,7 +36,8 @@ class AudioRecorder {
     virtual MicrophoneAccess access() = 0;
     // Opens the device and the file. Throws std::runtime_error with the user's
     // words when either cannot be opened.
-    virtual void prepare(const std::filesystem::path& file, const AudioRecorderSettings& settings) = 0;
+    virtual void prepare(const std::filesystem::path& file,
+                         const AudioRecorderSettings& settings) = 0;
     // Starts writing (runs prepare() first when it has not run). Throws like prepare().
     virtual void record() = 0;
     // Finishes the file; `finished` follows once it is complete on disk.

@@ -14,7 +14,8 @@ class SpeechRecognizer {
 
     // The words heard in a 16-bit mono WAV file. Throws std::runtime_error
     // with the user's words when the file or the acoustic model cannot be read.
-    virtual std::string recognize(const std::filesystem::path& wavFile, std::stop_token stop = {}) = 0;
+    virtual std::string recognize(const std::filesystem::path& wavFile,
+                                  std::stop_token stop = {}) = 0;
 };
 
 }  // namespace folvane
