@@ -29,6 +29,13 @@ void selectData(QComboBox* box, const QVariant& value) {
     box->setCurrentIndex(box->findData(value));
 }
 
+bool isOpenAIChatModel(const std::string& model) {
+    for (const auto& section : chatModelChoices(providers::openAI, {}, {}))
+        for (const auto& candidate : section.models)
+            if (candidate == model) return true;
+    return false;
+}
+
 std::string providerOf(const ChatDetailState& state) {
     return state.customModel ? state.customModel->provider : std::string(providers::openAI);
 }
@@ -57,6 +64,15 @@ ChatConfigPanel::ChatConfigPanel(ChatDetailRef chat, CustomModelListRef& customM
             const std::string& modelId = model.state().model.modelId;
             if (model.id() == id && !modelId.empty())
                 chat_.trigger(chat_input::UpdateModel{modelId});
+        }
+        // Back on OpenAI, a model of another provider's would be asked of
+        // OpenAI by name: the chat takes the default model instead.
+        if (id == 0) {
+            const std::string current = chat_.state().conversation.model;
+            if (!isOpenAIChatModel(current))
+                chat_.trigger(chat_input::UpdateModel{isOpenAIChatModel(preferences_.defaultModel())
+                                                          ? preferences_.defaultModel()
+                                                          : Conversation{}.model});
         }
     });
 

@@ -84,6 +84,21 @@ class ChatConfigPanelTest : public QObject {
         QCOMPARE(entries(picker), (QStringList{"OpenAI: GPT-4", "acme/new-model"}));
         QCOMPARE(picker->currentText(), QStringLiteral("acme/new-model"));
         QCOMPARE(panel.providerPicker()->currentText(), QStringLiteral("My Router"));
+
+        // Back to OpenAI: the router's model name means nothing there, so the
+        // chat takes the default model; an OpenAI model stays as it is.
+        shell.core.preferences().setDefaultModel("gpt-4");
+        panel.providerPicker()->activated(0);
+        auto back = chat.chat->sent<chat_input::UpdateModel>();
+        QCOMPARE(back.size(), size_t(3));
+        QCOMPARE(back[2].model, std::string("gpt-4"));
+        chat.chat->change([](ChatDetailState& s) {
+            s.conversation.customModelId = 0;
+            s.conversation.model = "gpt-4-32k";
+            s.customModel.reset();
+        });
+        panel.providerPicker()->activated(0);
+        QCOMPARE(chat.chat->sent<chat_input::UpdateModel>().size(), size_t(3));
     }
 
     void theChatsValuesShowAndChangesAreSent() {
