@@ -12,6 +12,7 @@
 #include "platform/Log.h"
 #include "platform/MuPdfPageCounter.h"
 #include "platform/XattrFileTagStore.h"
+#include "speech/SpeechServices.h"
 #include "store/AppPreferences.h"
 #include "store/SettingsError.h"
 
@@ -104,6 +105,7 @@ ChatDetailServices AppCore::chatDetailServices(MainQueue& mainQueue) {
                 OnboardingTour::messageSent(preferences());
                 Milestones::messageSent(preferences(), conversation.id, usageEventSender());
             },
+        .speech = speech_,
     };
 }
 
@@ -120,6 +122,13 @@ std::unique_ptr<ChatIndexer> AppCore::makeIndexer(const Conversation& conversati
         ChatIndexerDependencies{
             chatService.documentStore(), preferences(), chatService.embedders(), fileTags(), {}},
         std::move(listener));
+}
+
+void AppCore::setSpeech(SpeechServices* speech) {
+    if (speech && speech->soundDirectory.empty()) {
+        speech->soundDirectory = std::filesystem::path(paths_.resourceDirectory) / "sounds";
+    }
+    speech_ = speech;
 }
 
 FileOpener AppCore::fileOpener() {

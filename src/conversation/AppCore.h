@@ -22,6 +22,7 @@ class MainQueue;
 class PdfPageCounter;
 class ProviderFormViewModel;
 class PromptListViewModel;
+struct SpeechServices;
 
 // The root of the core's object graph. A front end's main makes one over the
 // program's paths and its main queue, and takes from it the shared objects and
@@ -79,6 +80,12 @@ class AppCore {
     // The desktop's clipboard, where the chats copy to; null (the default):
     // copying does nothing. Chats made before it is set copy to it too.
     void setClipboard(Clipboard* clipboard) { clipboard_.target = clipboard; }
+    // The desktop's microphone, speakers and speech engines, which must
+    // outlive this object; set it before the first chat opens (chats made
+    // earlier neither record nor play). Fills in what it leaves empty: the
+    // pocketsphinx recogniser and <resources>/sounds.
+    void setSpeech(SpeechServices* speech);
+    SpeechServices* speech() const { return speech_; }
 
   private:
     // What every chat is given: it passes the text on to the clipboard set now.
@@ -98,6 +105,7 @@ class AppCore {
     std::unique_ptr<FileTagStore> fileTags_;
     std::unique_ptr<AppChatService> service_;
     ClipboardRelay clipboard_;
+    SpeechServices* speech_ = nullptr;
     // Last: its chats hold the service and the settings.
     std::unique_ptr<ChatListViewModel> chatList_;
     std::unique_ptr<PromptListViewModel> promptList_;

@@ -27,6 +27,7 @@ class DocumentStore;
 class GPTEncoder;
 class MainQueue;
 class CompletionSink;
+struct SpeechServices;
 
 // What a chat's view model works with. The references outlive the view model.
 struct ChatDetailServices {
@@ -47,6 +48,9 @@ struct ChatDetailServices {
     // Runs when the user sends a message, before it is stored (the tour's
     // step, the first-use milestones); empty: nothing. Throws nothing.
     std::function<void(const Conversation& conversation)> messageSending = {};
+    // The microphone, the speakers and the on-device speech engines; null:
+    // dictation and reading aloud only make and read files (the command line).
+    SpeechServices* speech = nullptr;
 };
 
 // The view model of one chat: the conversation, its documents and indexes, the

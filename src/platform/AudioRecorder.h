@@ -40,7 +40,9 @@ class AudioRecorder {
                          const AudioRecorderSettings& settings) = 0;
     // Starts writing (runs prepare() first when it has not run). Throws like prepare().
     virtual void record() = 0;
-    // Finishes the file; `finished` follows once it is complete on disk.
+    // Finishes the file. When it returns the file is complete on disk (the
+    // transcription reads it at once, and the recorder is dropped right
+    // after); `finished` has run by then or runs later.
     virtual void stop() = 0;
 
     // The end of a recording, true when the file was written.

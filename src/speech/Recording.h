@@ -5,19 +5,11 @@
 #include <string>
 
 #include "platform/AudioRecorder.h"
+#include "speech/AudioDevices.h"
 
 namespace folvane {
 
 class AudioPlayer;
-
-// Makes the platform's recorder and player; the window hands in the desktop's,
-// tests their own.
-class AudioDevices {
-  public:
-    virtual ~AudioDevices() = default;
-    virtual std::unique_ptr<AudioRecorder> makeRecorder() = 0;
-    virtual std::unique_ptr<AudioPlayer> makePlayer() = 0;
-};
 
 // One dictation: a file in the temporary directory, its recorder while it
 // records and a player to hear it back. Main thread only.
