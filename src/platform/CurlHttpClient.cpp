@@ -202,6 +202,9 @@ HttpResponseHead CurlHttpClient::perform(const HttpRequest& request,
     curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &transfer);
     if (request.method == "GET") {
         curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
+    } else if (request.method == "HEAD") {
+        // An answer to HEAD names a length but sends no body.
+        curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
     } else {
         if (request.method != "POST") {
             curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, request.method.c_str());

@@ -109,6 +109,7 @@ std::vector<SettingDescriptor> makeDescriptors() {
         {usageEventsCollector, "usageEventsCollector", stored, text, "", {}},
         {googleSearchEngineId, "googleSearchEngineId", stored, text, "", {}},
         {googleSearchApiKey, "googleSearchApiKey", stored, text, "", {}},
+        {openWithFolvane, "openWithFolvane", stored, text, "", {}},
         {embeddingModelURL,
          "embeddingModelURL",
          stored,

@@ -68,6 +68,8 @@ enum class Setting {
     usageEventsCollector,
     googleSearchEngineId,
     googleSearchApiKey,
+    // The global shortcut's key, as Qt's portable text ("Ctrl+Alt+P"); none by default.
+    openWithFolvane,
     embeddingModelURL,
     embeddingModelSHA256,
 };
