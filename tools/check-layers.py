@@ -17,11 +17,13 @@ RANKS = {
     "providers": 3,
     "SimilaritySearchKit": 4,
     "documents": 5,
-    "chat": 6,
+    # speech/ stands under chat/: the chat service names its speech files
+    # with the speech subsystem's dated stem.
     "speech": 6,
-    "conversation": 7,
-    "cli": 8,
-    "shell": 8,
+    "chat": 7,
+    "conversation": 8,
+    "cli": 9,
+    "shell": 9,
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([A-Za-z]+)/')

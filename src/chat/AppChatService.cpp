@@ -1,5 +1,10 @@
 #include "chat/AppChatService.h"
 
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
 #include "chat/AppChatServiceError.h"
 #include "chat/ChatHistoryBuilder.h"
 #include "chat/ClientRouter.h"
@@ -11,6 +16,7 @@
 #include "providers/GPTEncoder.h"
 #include "providers/ModelNames.h"
 #include "providers/OpenAI.h"
+#include "speech/DatedFileName.h"
 #include "store/AppDatabase.h"
 #include "store/AppPreferences.h"
 #include "store/FatalError.h"
@@ -60,6 +66,7 @@ std::unique_ptr<AppChatService> AppChatService::start(const AppPaths& paths,
     service->configureEmbeddings({std::filesystem::path(paths.dataDirectory) / "models",
                                   paths.resourceDirectory, http, nullptr});
     service->resourceDirectory_ = paths.resourceDirectory;
+    service->speechDirectory_ = paths.dataDirectory;
     return service;
 }
 
@@ -308,6 +315,45 @@ void AppChatService::deleteCustomModel(int64_t id) {
 }
 void AppChatService::clearClientCaches() {
     router_->clearCaches();
+}
+
+std::string AppChatService::transcribe(const std::filesystem::path& recording) {
+    std::shared_ptr<OpenAI> client = router_->defaultClient();
+    std::ifstream in(recording, std::ios::binary);
+    if (!in) throw std::runtime_error("Could not read the recording " + recording.string());
+    AudioTranscriptionQuery query;
+    query.file.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    query.fileName = recording.filename().string();
+    query.model = "whisper-1";
+    if (const std::string language = preferences_.sttLanguageCode(); !language.empty()) {
+        query.language = language;
+    }
+    return client->audioTranscriptions(query).text;
+}
+
+std::filesystem::path AppChatService::generateSpeech(const std::string& text) {
+    std::shared_ptr<OpenAI> client = router_->defaultClient();
+    AudioSpeechQuery query;
+    query.model = preferences_.voiceModel();
+    query.input = text;
+    query.voice = preferences_.speechVoice();
+    query.responseFormat = "mp3";
+    query.speed = 1.0;
+
+    const std::filesystem::path directory =
+        speechDirectory_.empty() ? std::filesystem::path(AppPaths::standard().dataDirectory)
+                                 : speechDirectory_;
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (error) {
+        // The request still goes out: writing its file is what decides
+        // whether speech can be had, and its failure then says why.
+        log("Could not create directory: " + error.message());
+    }
+    const std::filesystem::path file =
+        directory / ("Speech-" + datedFileStem(std::chrono::system_clock::now()) + ".mp3");
+    client->audioSpeech(query, file);
+    return file;
 }
 
 }  // namespace folvane

@@ -104,6 +104,13 @@ class AppChatService final : public ChatService {
                            bool useStream) override;
     void deleteCustomModel(int64_t id) override;
     void clearClientCaches() override;
+    std::string transcribe(const std::filesystem::path& recording) override;
+    std::filesystem::path generateSpeech(const std::string& text) override;
+    // Where generateSpeech writes; start() sets the data directory. Unset: the
+    // standard data directory of AppPaths.
+    void setSpeechDirectory(std::filesystem::path directory) {
+        speechDirectory_ = std::move(directory);
+    }
 
     // The documents' part of the store.
     DocumentStore& documentStore() { return documentStore_; }
@@ -130,6 +137,7 @@ class AppChatService final : public ChatService {
     std::unique_ptr<EmbedderFactory> embedders_;
     std::unique_ptr<ClientRouter> router_;
     std::filesystem::path resourceDirectory_;
+    std::filesystem::path speechDirectory_;
     mutable std::once_flag encoderOnce_;
     mutable std::shared_ptr<const GPTEncoder> encoder_;
 };

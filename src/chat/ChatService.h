@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -101,6 +102,16 @@ class ChatService {
     // Forgets the kept wire clients and custom models after a custom model
     // changes, so that the next request reads them anew.
     virtual void clearClientCaches() = 0;
+
+    // Speech, always through the user's OpenAI account whatever the chat's
+    // provider; both block (call them away from the main thread) and throw
+    // AppChatServiceError apiKeyMissing without a key, then the wire's errors.
+    // The text spoken in a recording ("whisper-1", in sttLanguageCode when set).
+    virtual std::string transcribe(const std::filesystem::path& recording) = 0;
+    // The text read aloud into a new MP3 file in the data directory
+    // ("Speech-<date>.mp3"); returns its path. An error body of the endpoint
+    // lands in the file as it is.
+    virtual std::filesystem::path generateSpeech(const std::string& text) = 0;
 };
 
 }  // namespace folvane
