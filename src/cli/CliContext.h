@@ -82,5 +82,6 @@ int runFindCommand(CliContext& context, const CliArguments& args);
 int runRenderCommand(CliContext& context, const CliArguments& args);
 int runLocateCommand(CliContext& context, const CliArguments& args);
 int runModelCommand(CliContext& context, const CliArguments& args);
+int runCurrentTabCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

@@ -72,6 +72,13 @@ Commands:
   model download                  fetch the local embedding model's weights from the setting
                                   embeddingModelURL into models/ of the data directory,
                                   checked against embeddingModelSHA256 (stored when empty)
+  current-tab [--browser NAME] [--profile DIR] [--open]
+                                  print the browser in front, its current tab's URL and
+                                  whether it serves a PDF; --open fetches it into the home
+                                  folder, makes a chat of it and prints the chat's id
+                                  (NAME: firefox, chromium, google-chrome, brave-browser,
+                                  microsoft-edge, vivaldi; DIR: a Firefox profile or a
+                                  Chromium user-data folder)
   help                            show this text
 
 Options:
@@ -115,6 +122,7 @@ const std::map<std::string, Command> commands{
     {"clear-markers", folvane::runClearMarkersCommand},
     {"delete-messages", folvane::runDeleteMessagesCommand},
     {"search", folvane::runSearchCommand},
+    {"current-tab", folvane::runCurrentTabCommand},
 };
 
 }  // namespace
