@@ -137,3 +137,10 @@ run_scheme() {
 for scheme in light dark; do
     run_scheme "$scheme"
 done
+
+# With none running, `folvane FILE.pdf` (a file manager's "Open With") starts
+# with that file's chat.
+start_app "$XDG_DATA_HOME/co.tessavel.Folvane/Bitcoin Whitepaper.pdf"
+first=$(window_named "Example Chat")
+shot "chat-first-launch" "$first"
+quit_app "$first"
