@@ -11,6 +11,7 @@
 #include "platform/CurlHttpClient.h"
 #include "platform/Log.h"
 #include "platform/MuPdfPageCounter.h"
+#include "platform/PocketsphinxRecognizer.h"
 #include "platform/XattrFileTagStore.h"
 #include "speech/SpeechServices.h"
 #include "store/AppPreferences.h"
@@ -127,6 +128,9 @@ std::unique_ptr<ChatIndexer> AppCore::makeIndexer(const Conversation& conversati
 void AppCore::setSpeech(SpeechServices* speech) {
     if (speech && speech->soundDirectory.empty()) {
         speech->soundDirectory = std::filesystem::path(paths_.resourceDirectory) / "sounds";
+    }
+    if (speech && !speech->makeRecognizer) {
+        speech->makeRecognizer = [] { return std::make_unique<PocketsphinxRecognizer>(); };
     }
     speech_ = speech;
 }

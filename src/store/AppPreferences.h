@@ -166,6 +166,10 @@ class AppPreferences {
     void setSttLanguageCode(const std::string& code) { setValue(Setting::sttLanguageCode, code); }
     bool autoSendMessageAfterSpeak() const { return flag(Setting::autoSendMessageAfterSpeak); }
     void setAutoSendMessageAfterSpeak(bool on) { setValue(Setting::autoSendMessageAfterSpeak, on); }
+    // Dictation and reading aloud without the OpenAI account: a WAV recording
+    // transcribed on this machine, and the desktop's voice.
+    bool onDeviceSpeech() const { return flag(Setting::onDeviceSpeech); }
+    void setOnDeviceSpeech(bool on) { setValue(Setting::onDeviceSpeech, on); }
     std::string defaultFinderTag() const { return text(Setting::defaultFinderTag); }
     void setDefaultFinderTag(const std::string& tag) { setValue(Setting::defaultFinderTag, tag); }
     bool useOCRForPDFForms() const { return flag(Setting::useOCRForPDFForms); }

@@ -75,6 +75,7 @@ std::vector<SettingDescriptor> makeDescriptors() {
         {voiceModel, "voiceModel", stored, text, "tts-1", {}},
         {sttLanguageCode, "sttLanguageCode", stored, text, "", {}},
         {autoSendMessageAfterSpeak, "autoSendMessageAfterSpeak", stored, boolean, false, {}},
+        {onDeviceSpeech, "onDeviceSpeech", stored, boolean, false, {}},
         {defaultFinderTag, "defaultFinderTag", stored, text, "Blue", {}},
         {useOCRForPDFForms, "useOCRForPDFForms", stored, boolean, true, {}},
         {ocrRecognitionLevel, "ocrRecognitionLevel", stored, text, "accurate", {}},

@@ -40,6 +40,9 @@ enum class Setting {
     voiceModel,
     sttLanguageCode,
     autoSendMessageAfterSpeak,
+    // Dictation and reading aloud on this machine (pocketsphinx and the
+    // desktop's speech engine) instead of the OpenAI account.
+    onDeviceSpeech,
     defaultFinderTag,
     useOCRForPDFForms,
     ocrRecognitionLevel,
