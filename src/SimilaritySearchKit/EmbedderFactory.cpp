@@ -42,9 +42,29 @@ std::shared_ptr<EmbeddingsProtocol> EmbedderFactory::makeDistilbert(int computeU
         setup_.modelsDirectory / DistilbertEmbeddings::weightsFileName, tokenizer(), computeUnits);
 }
 
+bool EmbedderFactory::localModelInstalled() const {
+    return weightsStamp().has_value();
+}
+
+std::optional<std::pair<std::uintmax_t, std::filesystem::file_time_type>>
+EmbedderFactory::weightsStamp() const {
+    std::error_code error;
+    const auto path = setup_.modelsDirectory / DistilbertEmbeddings::weightsFileName;
+    const auto size = std::filesystem::file_size(path, error);
+    if (error) return std::nullopt;
+    const auto time = std::filesystem::last_write_time(path, error);
+    if (error) return std::nullopt;
+    return std::pair{size, time};
+}
+
 std::shared_ptr<EmbeddingsProtocol> EmbedderFactory::local() {
     std::lock_guard lock(localMutex_);
-    if (local_) return local_;
+    if (local_) {
+        if (localType_ != EmbeddingModelType::native) return local_;
+        const auto stamp = weightsStamp();
+        if (!stamp || stamp == triedWeights_) return local_;
+    }
+    triedWeights_ = weightsStamp();
 
     // All compute units first, then the CPU alone. On this platform both run
     // on the CPU from the same file, so a file that does not load is not

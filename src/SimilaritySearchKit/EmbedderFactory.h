@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <utility>
 
 #include "SimilaritySearchKit/Embedders.h"
 
@@ -19,7 +21,8 @@ class HttpClient;
 // The local model is the BERT encoder when its weights load and encode the
 // test sentence (first with all compute units, then CPU only), else the
 // lexical NativeEmbeddings. localType() says which, so stored rows name the
-// model that made them.
+// model that made them. The lexical model stands in only until a new weights
+// file appears (a download in the running program): the next call loads it.
 class EmbedderFactory final : public Embedders {
   public:
     // Makes the BERT encoder for the compute units (2 all, 0 CPU only);
@@ -45,10 +48,13 @@ class EmbedderFactory final : public Embedders {
     // "text-embedding-ada-002".
     std::shared_ptr<EmbeddingsProtocol> remote(EmbeddingModelType type) override;
     EmbeddingModelType localType() const override { return localType_.load(); }
+    bool localModelInstalled() const override;
     std::shared_ptr<const BertTokenizer> tokenizer() override;
 
   private:
     std::shared_ptr<EmbeddingsProtocol> makeDistilbert(int computeUnits);
+    // The weights file's size and time, or none without a file.
+    std::optional<std::pair<std::uintmax_t, std::filesystem::file_time_type>> weightsStamp() const;
 
     const AppPreferences& preferences_;
     Setup setup_;
@@ -57,6 +63,9 @@ class EmbedderFactory final : public Embedders {
     std::mutex localMutex_;
     std::shared_ptr<EmbeddingsProtocol> local_;
     std::atomic<EmbeddingModelType> localType_{EmbeddingModelType::distilbert};
+    // The weights file as it was when the lexical model took the encoder's
+    // place: a file downloaded or replaced since is tried again.
+    std::optional<std::pair<std::uintmax_t, std::filesystem::file_time_type>> triedWeights_;
 };
 
 }  // namespace folvane

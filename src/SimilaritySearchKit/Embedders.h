@@ -21,6 +21,8 @@ class Embedders {
     virtual std::shared_ptr<EmbeddingsProtocol> remote(EmbeddingModelType type) = 0;
     // Which model local() is, as the stored rows name it.
     virtual EmbeddingModelType localType() const = 0;
+    // Whether the weights of the BERT encoder are on disk, loadable or not.
+    virtual bool localModelInstalled() const = 0;
     // The BERT vocabulary's tokenizer, read once. Throws when it cannot be read.
     virtual std::shared_ptr<const BertTokenizer> tokenizer() = 0;
 };

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <optional>
 #include <ostream>
 #include <stdexcept>
 
+#include "SimilaritySearchKit/EmbeddingModelType.h"
 #include "cli/ChatSession.h"
 #include "cli/CliArguments.h"
 #include "platform/FileBookmark.h"
@@ -82,17 +84,37 @@ int runRemoveDocumentCommand(CliContext& context, const CliArguments& args) {
     return 0;
 }
 
-// reprocess CHAT_ID BOOKMARK_ID [--ocr]: embeds a document again, reading
-// every page by OCR with --ocr; its old rows answer until the new ones are
+// reprocess CHAT_ID BOOKMARK_ID [--ocr | --embedder local]: embeds a document
+// again, reading every page by OCR with --ocr, or with the downloaded local
+// model with --embedder local; its old rows answer until the new ones are
 // stored.
 int runReprocessCommand(CliContext& context, const CliArguments& arguments) {
     CliArguments args = arguments;
     const bool ocr = takeFlag(args, "--ocr");
+    const std::optional<std::string> embedder = takeOption(args, "--embedder");
+    if (embedder && *embedder != "local") {
+        throw UsageError("--embedder takes \"local\" (the downloaded local model)");
+    }
+    if (embedder && ocr) throw UsageError("--ocr and --embedder go separately");
     const DocumentArguments ids = documentArguments(args, "reprocess");
     ChatSession session(context, ids.chatId);
     expectDocument(session, ids);
     session.loadIndexes(true);
-    session.runIndexing(chat_input::RebuildIndex{ids.bookmarkId, ocr});
+    if (embedder) {
+        if (!session.state().localModelInstalled) {
+            throw std::runtime_error(
+                "The local model is not downloaded; run \"folvane-cli model download\" first.");
+        }
+        const DocumentInfo* document = findDocument(session.state(), ids.bookmarkId);
+        if (document && document->embeddingModel == rawValue(EmbeddingModelType::distilbert)) {
+            context.out() << "Document " << ids.bookmarkId
+                          << " is already embedded with the local model.\n";
+            return 0;
+        }
+        session.runIndexing(chat_input::ReembedWithLocalModel{ids.bookmarkId});
+    } else {
+        session.runIndexing(chat_input::RebuildIndex{ids.bookmarkId, ocr});
+    }
     session.expectNoError();
     const DocumentInfo* document = findDocument(session.state(), ids.bookmarkId);
     if (!document) throw std::runtime_error("Failed to process the document.");

@@ -42,7 +42,7 @@ Commands:
                                   add documents to a chat and index them
   remove-document CHAT_ID BOOKMARK_ID
                                   take a document out of a chat
-  reprocess CHAT_ID BOOKMARK_ID [--ocr]
+  reprocess CHAT_ID BOOKMARK_ID [--ocr | --embedder local]
                                   index a document again, with OCR on every page if asked
   retrieve CHAT_ID QUERY [--metric cosine|dotproduct|euclidian] [--top N]
                                   print the chunks nearest to a query, best first

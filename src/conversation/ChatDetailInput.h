@@ -24,6 +24,10 @@ struct RebuildIndex {
     int64_t bookmarkId = 0;
     bool forceOCR = false;
 };
+// Embeds a document again with the downloaded local model.
+struct ReembedWithLocalModel {
+    int64_t bookmarkId = 0;
+};
 struct RemoveFromChat {
     int64_t bookmarkId = 0;
 };
@@ -134,16 +138,16 @@ struct StopSpeak {};
 }  // namespace chat_input
 
 using ChatDetailInput = std::variant<
-    chat_input::RebuildIndex, chat_input::RemoveFromChat, chat_input::AddMessage,
-    chat_input::DeleteMessage, chat_input::AddImages, chat_input::RemoveImages,
-    chat_input::UpdateMessageContent, chat_input::UpdateTitle, chat_input::UpdateTemperature,
-    chat_input::UpdateLanguageCode, chat_input::UpdateModel, chat_input::UpdateCustomModel,
-    chat_input::UpdateUseWebSearch, chat_input::UpdatePresencePenalty,
-    chat_input::UpdateFrequencyPenalty, chat_input::UpdateContextLimit, chat_input::UpdateBookmark,
-    chat_input::AddDocuments, chat_input::HighlightContentForReference,
-    chat_input::OpenExportAsDialog, chat_input::GoToPage, chat_input::Find,
-    chat_input::UseContentAsMessageContext, chat_input::GoToReference, chat_input::Speak,
-    chat_input::StartRecording, chat_input::StopRecording, chat_input::LoadIndex,
+    chat_input::RebuildIndex, chat_input::ReembedWithLocalModel, chat_input::RemoveFromChat,
+    chat_input::AddMessage, chat_input::DeleteMessage, chat_input::AddImages,
+    chat_input::RemoveImages, chat_input::UpdateMessageContent, chat_input::UpdateTitle,
+    chat_input::UpdateTemperature, chat_input::UpdateLanguageCode, chat_input::UpdateModel,
+    chat_input::UpdateCustomModel, chat_input::UpdateUseWebSearch,
+    chat_input::UpdatePresencePenalty, chat_input::UpdateFrequencyPenalty,
+    chat_input::UpdateContextLimit, chat_input::UpdateBookmark, chat_input::AddDocuments,
+    chat_input::HighlightContentForReference, chat_input::OpenExportAsDialog, chat_input::GoToPage,
+    chat_input::Find, chat_input::UseContentAsMessageContext, chat_input::GoToReference,
+    chat_input::Speak, chat_input::StartRecording, chat_input::StopRecording, chat_input::LoadIndex,
     chat_input::LoadIndexUsingOpenAI, chat_input::UnloadIndex, chat_input::Sync,
     chat_input::UpdateCosts, chat_input::CancelRequest, chat_input::Regenerate,
     chat_input::ContinueGenerating, chat_input::ShowEditLastMessageForm,

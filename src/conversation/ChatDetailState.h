@@ -39,6 +39,8 @@ struct ChatDetailState {
     int indexingProgress = 0;
     int totalPageNumber = 0;
     bool isScannedDocument = false;
+    // The local model's weights are on disk (see IndexingUpdate).
+    bool localModelInstalled = false;
     std::optional<std::string> highlightedText;
     bool shouldShowEditLastMessageForm = false;
     bool showDocumentListSidebar = false;

@@ -80,6 +80,8 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                 const int64_t id = conversation_.id;
                 if constexpr (std::is_same_v<T, in::RebuildIndex>) {
                     if (indexer_) indexer_->rebuildIndex(c.bookmarkId, c.forceOCR);
+                } else if constexpr (std::is_same_v<T, in::ReembedWithLocalModel>) {
+                    if (indexer_) indexer_->reembedWithLocalModel(c.bookmarkId);
                 } else if constexpr (std::is_same_v<T, in::RemoveFromChat>) {
                     if (indexer_) indexer_->removeFromChat(c.bookmarkId);
                 } else if constexpr (std::is_same_v<T, in::AddMessage>) {
@@ -251,6 +253,7 @@ void ChatDetailViewModel::applyIndexingUpdate(const IndexingUpdate& update) {
         s.totalPageNumber = update.totalPageNumber;
         s.isScannedDocument = update.isScannedDocument;
         s.allDocuments = update.documents;
+        s.localModelInstalled = update.localModelInstalled;
         s.conversation.extraBookmarkIds = update.extraBookmarkIds;
     });
 }

@@ -59,6 +59,7 @@ ChatIndexer::~ChatIndexer() {
 }
 
 void ChatIndexer::publish() {
+    state_.localModelInstalled = embedders_.localModelInstalled();
     if (listener_) listener_(state_);
 }
 
@@ -228,13 +229,13 @@ void ChatIndexer::abandon(bool extra) {
     publish();
 }
 
-ChatIndexer::ChosenIndex ChatIndexer::chooseIndex(const IndexingSettings& settings,
-                                                  int pageCount) const {
+ChatIndexer::ChosenIndex ChatIndexer::chooseIndex(const IndexingSettings& settings, int pageCount,
+                                                  bool localOnly) const {
     std::lock_guard lock(mutex_);
     const ChosenIndex local{localIndex_, localModel_,
                             std::string(rawValue(embedders_.localType()))};
     const ChosenIndex remote{openaiIndexNew_, openaiNewModel_, embedding3SmallModelName};
-    if (!openaiIndex_ && !openaiIndexNew_) return local;
+    if (localOnly || (!openaiIndex_ && !openaiIndexNew_)) return local;
     switch (settings.dataIngestionStrategy) {
         case DataIngestionStrategy::local:
             return local;
@@ -249,7 +250,7 @@ ChatIndexer::ChosenIndex ChatIndexer::chooseIndex(const IndexingSettings& settin
 ChatIndexer::Outcome ChatIndexer::processDocument(std::stop_token stop,
                                                   const IndexingSettings& settings,
                                                   const Bookmark& bookmark, int position, int total,
-                                                  bool forceOCR, bool rebuild) {
+                                                  bool forceOCR, bool rebuild, bool localOnly) {
     const auto claim = store_.claimIndexing(bookmark.id, stop);
     if (!claim) return Outcome::stopped;
     if (!rebuild) {
@@ -283,7 +284,7 @@ ChatIndexer::Outcome ChatIndexer::processDocument(std::stop_token stop,
         state_.indexingProgress = int(base);
         publish();
     }
-    const ChosenIndex chosen = chooseIndex(settings, pdf->pageCount());
+    const ChosenIndex chosen = chooseIndex(settings, pdf->pageCount(), localOnly);
     if (!chosen.index || !chosen.model) return Outcome::stopped;  // the indexes were unloaded
 
     const PdfTextExtractor extractor = makeRecognizer_
@@ -349,6 +350,7 @@ ChatIndexer::Outcome ChatIndexer::processDocument(std::stop_token stop,
     }
     embeddings_ = std::move(embedded.embeddings);
     markIndexed(bookmark.id);
+    setDocumentModel(bookmark.id, chosen.embeddingModel);
     return Outcome::processed;
 }
 
@@ -380,6 +382,7 @@ void ChatIndexer::loadRowsOf(const Bookmark& bookmark) {
     std::map<std::shared_ptr<SimilarityIndex>, std::vector<IndexItem>> byIndex;
     {
         std::lock_guard lock(mutex_);
+        if (!rows.empty()) setDocumentModel(bookmark.id, rows.front().embeddingModel);
         for (auto& row : rows) {
             auto index = routedIndex(row.embeddingModel);
             if (!index) continue;  // unloaded meanwhile
@@ -401,8 +404,8 @@ void ChatIndexer::tagDocuments(const IndexingSettings& settings,
             }
         }
     }
-    try {
-        for (const auto& url : urls) {
+    for (const auto& url : urls) {
+        try {
             const auto path = pathFromFileUrl(url);
             if (!path) throw FileError("“" + url + "” is not a file on this computer");
             std::vector<std::string> tags = fileTags_.tags(*path);
@@ -410,10 +413,13 @@ void ChatIndexer::tagDocuments(const IndexingSettings& settings,
                 tags.push_back(settings.defaultFinderTag);
             }
             fileTags_.setTags(*path, tags);
+        } catch (const std::exception& error) {
+            // Tags are a convenience for the file manager: a file system that
+            // keeps no extended attributes (FAT, ramfs, some network shares)
+            // costs that file its tag, not its index, and the other files of
+            // the chat are still tagged.
+            log(std::string("Not tagged: ") + error.what());
         }
-    } catch (const std::exception& error) {
-        // A file system that keeps no tags costs only the tags.
-        log(error.what());
     }
 }
 
@@ -432,42 +438,7 @@ void ChatIndexer::unloadIndex() {
 }
 
 void ChatIndexer::rebuildIndex(int64_t bookmarkId, bool forceOCR) {
-    const IndexingSettings settings = IndexingSettings::from(preferences_);
-    Bookmark bookmark;
-    {
-        std::lock_guard lock(mutex_);
-        auto found = std::find_if(bookmarks_.begin(), bookmarks_.end(),
-                                  [&](const Bookmark& b) { return b.id == bookmarkId; });
-        if (found == bookmarks_.end() || !localIndex_) return;
-        if (state_.loadingState == LoadingState::indexing ||
-            state_.loadingState == LoadingState::indexingExtra) {
-            return;
-        }
-        if (bookmarks_.size() == 1) state_.loadingState = LoadingState::indexingExtra;
-        bookmark = *found;
-        setDocumentState(bookmarkId, IndexingState::indexing);
-        publish();
-    }
-    startTask([this, settings, bookmark, forceOCR](std::stop_token stop) {
-        IndexingState result = IndexingState::indexed;
-        std::string reason;
-        try {
-            if (processDocument(stop, settings, bookmark, 1, 1, forceOCR, true) ==
-                Outcome::stopped) {
-                // The old rows stay and answer as before.
-                result = bookmark.indexingStatus == "indexed" ? IndexingState::indexed
-                                                              : IndexingState::none;
-            }
-        } catch (const std::exception& error) {
-            result = IndexingState::failed;
-            reason = error.what();
-        }
-        std::lock_guard lock(mutex_);
-        setDocumentState(bookmark.id, result, reason);
-        state_.indexingProgress = 99;
-        state_.loadingState = LoadingState::loaded;
-        publish();
-    });
+    startRebuild(bookmarkId, forceOCR, false);
 }
 
 void ChatIndexer::setCustomModelId(int64_t customModelId) {

@@ -65,6 +65,13 @@ class ChatIndexer {
     // Processes one document again, with or without OCR of every page. Its old
     // rows answer until the new ones replace them.
     void rebuildIndex(int64_t bookmarkId, bool forceOCR);
+    // Processes one document again with the local model (loading it anew when
+    // its weights appeared since), whatever the strategy chose before. The
+    // chat's local index moves to that model, keeping the items it holds.
+    // Does nothing unless the weights are installed and the document's rows
+    // were made by another model; a model that fails to load fails the
+    // document with the reason, its old rows still answering.
+    void reembedWithLocalModel(int64_t bookmarkId);
     // Takes a document out of the chat; its rows stay for other chats. Throws
     // DatabaseError, leaving the chat as it was.
     void removeFromChat(int64_t bookmarkId);
@@ -114,8 +121,15 @@ class ChatIndexer {
     // the embedder's).
     Outcome processDocument(std::stop_token stop, const IndexingSettings& settings,
                             const Bookmark& bookmark, int position, int total, bool forceOCR,
-                            bool rebuild);
-    ChosenIndex chooseIndex(const IndexingSettings& settings, int pageCount) const;
+                            bool rebuild, bool localOnly = false);
+    ChosenIndex chooseIndex(const IndexingSettings& settings, int pageCount,
+                            bool localOnly = false) const;
+    // Starts the reprocessing of one document; false when it cannot start.
+    bool startRebuild(int64_t bookmarkId, bool forceOCR, bool localModel);
+    // On the task: makes the local model current for the local index. Throws
+    // EmbeddingModelLoadError when only the lexical model loads.
+    void switchToLocalModel();
+    void setDocumentModel(int64_t bookmarkId, const std::string& embeddingModel);
     // With the lock held: the index that rows of this model go to.
     std::shared_ptr<SimilarityIndex> routedIndex(const std::string& embeddingModel) const;
     // Reads the stored rows of the documents into the indexes. A document

@@ -27,6 +27,9 @@ struct DocumentInfo {
     // indexing in this session; empty when there is nothing to say.
     std::string warning;
     IndexingState indexingState = IndexingState::none;
+    // The model that made the document's rows (the `embeddingModel` column),
+    // once they are read or stored in this session; empty before.
+    std::string embeddingModel;
 
     bool operator==(const DocumentInfo&) const = default;
 };

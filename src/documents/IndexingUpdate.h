@@ -18,6 +18,9 @@ struct IndexingUpdate {
     bool isScannedDocument = false;
     std::vector<DocumentInfo> documents;    // allDocuments, in the chat's order
     std::vector<int64_t> extraBookmarkIds;  // the conversation's, after add and remove
+    // The local model's weights are on disk: a document embedded by another
+    // model can be embedded again with it.
+    bool localModelInstalled = false;
 
     bool operator==(const IndexingUpdate&) const = default;
 };

@@ -115,6 +115,44 @@ TEST_F(IndexToolsTest, TheContextualEmbedderAveragesTheEncodersTokenVectors) {
     EXPECT_EQ(lines(result.out).at(1), "dimension: 24");
 }
 
+// The re-embedding itself is the indexer's (tests/documents); here the
+// command's words. The tiny test encoder is 24 wide where the program's loader
+// wants the real model's 768, so it stands for weights that do not load.
+TEST_F(IndexToolsTest, ReprocessWithTheLocalEmbedderNeedsTheDownloadedModel) {
+    const std::string chat = openKeylessChat({pdf()});
+    const auto stored = [&] {
+        auto db = SqliteConnection::open(dataDir + "/db.sqlite3");
+        auto query = db->prepare("SELECT DISTINCT embeddingModel FROM embeddings");
+        std::vector<std::string> names;
+        while (query.step()) names.push_back(query.text(0));
+        return names;
+    };
+    const auto mainDocument = [&] {
+        auto db = SqliteConnection::open(dataDir + "/db.sqlite3");
+        auto query = db->prepare("SELECT bookmarkId FROM conversations WHERE id = " + chat);
+        EXPECT_TRUE(query.step());
+        return std::to_string(query.int64(0));
+    };
+    ASSERT_EQ(cli({"index", chat}).exitCode, 0);
+    ASSERT_EQ(stored(), std::vector<std::string>{"native"});
+    const std::string document = mainDocument();
+
+    const auto missing = cli({"reprocess", chat, document, "--embedder", "local"});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_THAT(missing.err, HasSubstr("The local model is not downloaded; run "
+                                       "\"folvane-cli model download\" first."));
+    EXPECT_EQ(cli({"reprocess", chat, document, "--embedder", "remote"}).exitCode, 2);
+    EXPECT_EQ(cli({"reprocess", chat, document, "--embedder", "local", "--ocr"}).exitCode, 2);
+
+    std::filesystem::create_directories(dataDir + "/models");
+    std::filesystem::copy_file(test::tinyBertPath(),
+                               dataDir + "/models/" + DistilbertEmbeddings::weightsFileName);
+    const auto refused = cli({"reprocess", chat, document, "--embedder", "local"});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_THAT(refused.err, HasSubstr("The local model could not be loaded"));
+    EXPECT_EQ(stored(), std::vector<std::string>{"native"}) << "the old rows stay";
+}
+
 TEST_F(IndexToolsTest, ADocumentOfAChatThatCannotIndexCanStillBeRemoved) {
     // No key and no custom model: the chat cannot index, its documents still leave.
     const std::string second = home / "second.pdf";

@@ -15,12 +15,14 @@ class FakeEmbedders final : public Embedders {
     std::function<std::shared_ptr<EmbeddingsProtocol>()> makeLocal;
     std::function<std::shared_ptr<EmbeddingsProtocol>(EmbeddingModelType)> makeRemote;
     EmbeddingModelType type = EmbeddingModelType::native;
+    bool installed = false;
 
     std::shared_ptr<EmbeddingsProtocol> local() override { return makeLocal(); }
     std::shared_ptr<EmbeddingsProtocol> remote(EmbeddingModelType modelType) override {
         return makeRemote(modelType);
     }
     EmbeddingModelType localType() const override { return type; }
+    bool localModelInstalled() const override { return installed; }
     std::shared_ptr<const BertTokenizer> tokenizer() override { return tokenizer_; }
 
   private:

@@ -11,6 +11,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "SimilaritySearchKit/EmbeddingModelType.h"
 #include "platform/FileUrl.h"
 
 namespace folvane {
@@ -81,7 +82,7 @@ QString DocumentListView::indexingRate(const ChatDetailState& state) {
 
 void DocumentListView::render() {
     const auto& state = chat_.state();
-    Snapshot snapshot{state.allDocuments, state.conversation.bookmarkId};
+    Snapshot snapshot{state.allDocuments, state.conversation.bookmarkId, state.localModelInstalled};
     if (!shown_ || !(*shown_ == snapshot)) {
         shown_ = snapshot;
         progressRows_.clear();
@@ -138,12 +139,22 @@ QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot&
             this, [this, id] {
                 chat_.trigger(chat_input::RebuildIndex{id, true});
             });
+    // Offered once the weights are downloaded, for a document whose rows another
+    // model made (the lexical one, or a remote one).
+    if (snapshot.localModelInstalled && !document.embeddingModel.empty() &&
+        document.embeddingModel != rawValue(EmbeddingModelType::distilbert)) {
+        connect(menu->addAction(QStringLiteral("Re-embed with Local Model")), &QAction::triggered,
+                this, [this, id] { chat_.trigger(chat_input::ReembedWithLocalModel{id}); });
+    }
     // The chat's first document is the chat itself: it is not taken out.
     auto* remove = menu->addAction(QStringLiteral("Remove from Chat"));
     remove->setEnabled(id != snapshot.mainBookmarkId);
     connect(remove, &QAction::triggered, this,
             [this, id] { chat_.trigger(chat_input::RemoveFromChat{id}); });
     actions->setMenu(menu);
+    row->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(row, &QWidget::customContextMenuRequested, menu,
+            [row, menu](const QPoint& at) { menu->popup(row->mapToGlobal(at)); });
     head->addWidget(actions);
     layout->addLayout(head);
 

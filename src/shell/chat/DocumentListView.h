@@ -19,7 +19,9 @@ namespace folvane {
 // The documents of a chat, as a side panel: each with its state (indexing with
 // its progress and speed, failed with the reason, moved or deleted with
 // "Locate..."), and the actions to reprocess a document, with or without
-// forced OCR, or to take it out of the chat.
+// forced OCR, to embed it again with the downloaded local model, or to take it
+// out of the chat. The actions are the row's context menu and the menu of its
+// "..." button.
 class DocumentListView final : public QWidget {
     Q_OBJECT
   public:
@@ -43,6 +45,7 @@ class DocumentListView final : public QWidget {
     struct Snapshot {
         std::vector<DocumentInfo> documents;
         int64_t mainBookmarkId = 0;
+        bool localModelInstalled = false;
         bool operator==(const Snapshot&) const = default;
     };
 

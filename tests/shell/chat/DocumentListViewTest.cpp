@@ -71,6 +71,53 @@ class DocumentListViewTest : public QObject {
         QCOMPARE(removed[0].bookmarkId, int64_t(2));
     }
 
+    // Only with the weights on disk, and only for documents whose rows another
+    // model made; the row's context menu is the same menu.
+    void reembeddingIsOfferedForDocumentsOfAnotherModel() {
+        test::RecordingChatRef chat;
+        auto withModel = [](DocumentInfo info, const std::string& model) {
+            info.embeddingModel = model;
+            return info;
+        };
+        chat.chat->change([&](ChatDetailState& s) {
+            s.conversation.bookmarkId = 1;
+            s.allDocuments = {
+                withModel(document(1, "/docs/lexical.pdf", IndexingState::indexed), "native"),
+                withModel(document(2, "/docs/local.pdf", IndexingState::indexed), "distilbert"),
+                withModel(document(3, "/docs/remote.pdf", IndexingState::indexed),
+                          "text-embedding-3-small"),
+                document(4, "/docs/new.pdf", IndexingState::indexing)};
+        });
+        DocumentListView view(chat.ref);
+        const QString entry = QStringLiteral("Re-embed with Local Model");
+        QVERIFY(!action(view, "lexical.pdf", entry));
+
+        chat.chat->change([](ChatDetailState& s) { s.localModelInstalled = true; });
+        QVERIFY(action(view, "lexical.pdf", entry));
+        QVERIFY(action(view, "remote.pdf", entry));
+        QVERIFY(!action(view, "local.pdf", entry));
+        QVERIFY(!action(view, "new.pdf", entry));
+
+        action(view, "lexical.pdf", entry)->trigger();
+        const auto sent = chat.chat->sent<chat_input::ReembedWithLocalModel>();
+        QCOMPARE(sent.size(), size_t(1));
+        QCOMPARE(sent[0].bookmarkId, int64_t(1));
+
+        QWidget* row = nullptr;
+        for (auto* widget : view.findChildren<QWidget*>())
+            if (widget->property("bookmarkId").toLongLong() == 1 && !widget->isHidden())
+                row = widget;
+        QVERIFY(row);
+        QCOMPARE(row->contextMenuPolicy(), Qt::CustomContextMenu);
+        emit row->customContextMenuRequested(QPoint(4, 4));
+        QMenu* shown = nullptr;
+        for (auto* menu : view.findChildren<QMenu*>())
+            if (menu->isVisible()) shown = menu;
+        QVERIFY(shown);
+        QCOMPARE(shown->actions().size(), 4);  // the two reprocesses, re-embed, remove
+        shown->hide();
+    }
+
     void statesShowTheirWordsAndAMovedFileCanBeLocated() {
         test::RecordingChatRef chat;
         chat.chat->change([](ChatDetailState& s) {
