@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -13,6 +17,7 @@
 #include "fakes/FakeEmbedders.h"
 #include "fakes/FakeEmbeddings.h"
 #include "platform/FileUrl.h"
+#include "platform/Log.h"
 #include "platform/XattrFileTagStore.h"
 #include "store/AppPreferences.h"
 #include "support/TempDir.h"
@@ -488,6 +493,46 @@ TEST_F(ChatIndexerTest, IndexedFilesGetTheDefaultTagOnce) {
     char raw[64] = {};
     ASSERT_GT(::getxattr(pathFromFileUrl(first)->c_str(), "user.xdg.tags", raw, sizeof raw), 0);
     EXPECT_STREQ(raw, "Red,Blue");
+}
+
+TEST_F(ChatIndexerTest, AFileSystemWithoutTagsLeavesThatFileUntaggedWithALogLine) {
+    // ramfs keeps no extended attributes at all; mounting one needs root, and
+    // without it there is no file system here that refuses them (tmpfs and
+    // ext4 both keep user attributes on this kernel).
+    if (::geteuid() != 0) GTEST_SKIP() << "mounting a ramfs needs root";
+    const std::filesystem::path mountPoint = dir / "ramfs";
+    std::filesystem::create_directories(mountPoint);
+    if (::mount("ramfs", mountPoint.c_str(), "ramfs", 0, nullptr) != 0)
+        GTEST_SKIP() << "cannot mount a ramfs here: " << std::strerror(errno);
+    struct Unmount {
+        std::string path;
+        ~Unmount() { ::umount2(path.c_str(), MNT_DETACH); }
+    } unmount{mountPoint};
+    const auto untaggable = pdf("ramfs/c.pdf", 1);
+    const auto taggable = pdf("d.pdf", 1);
+    std::vector<std::string> lines;
+    std::mutex linesMutex;
+    setLogSink([&](std::string_view line) {
+        std::lock_guard lock(linesMutex);
+        lines.emplace_back(line);
+    });
+    preferences.setAutoTagIndexedFiles(true);
+    preferences.setDefaultFinderTag("Purple");
+
+    auto indexer = loaded(chat({untaggable, taggable}));
+    setLogSink({});
+    // Both are indexed; only the file that can keep a tag has one.
+    for (const auto& document : indexer->state().documents)
+        EXPECT_EQ(document.indexingState, IndexingState::indexed) << document.fileUrl;
+    char raw[64] = {};
+    EXPECT_LT(::getxattr(pathFromFileUrl(untaggable)->c_str(), "user.xdg.tags", raw, sizeof raw),
+              0);
+    EXPECT_EQ(errno, ENOTSUP);
+    EXPECT_EQ(fileTags.tags(*pathFromFileUrl(taggable)), std::vector<std::string>{"Purple"});
+    const std::string expected = "Not tagged: The tags of the file “" +
+                                 *pathFromFileUrl(untaggable) +
+                                 "” couldn’t be read: Operation not supported";
+    EXPECT_NE(std::find(lines.begin(), lines.end(), expected), lines.end());
 }
 
 TEST(ChunkEmbeddingTest, BatchSizesAndStoredPages) {
