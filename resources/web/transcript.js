@@ -113,7 +113,7 @@
         bar.setAttribute('role', 'toolbar');
         bar.setAttribute('aria-label', 'Message actions');
         for (const action of actions) {
-            bar.appendChild(button(action.help, action.help, (b) => {
+            const b = bar.appendChild(button(action.help, action.help, (b) => {
                 send(action.action, key);
                 if (action.action === 'copy') {
                     b.textContent = 'Copied';
@@ -124,6 +124,11 @@
                     }, 1500);
                 }
             }));
+            // Speech on its way: the button spins and says it is busy.
+            if (action.busy) {
+                b.classList.add('busy');
+                b.setAttribute('aria-busy', 'true');
+            }
         }
         return bar;
     }

@@ -23,8 +23,11 @@
 #include "shell/app/SingleInstance.h"
 #include "shell/app/WindowManager.h"
 #include "shell/chat/transcript/TranscriptPagePool.h"
+#include "shell/speech/QtAudioDevices.h"
+#include "shell/speech/QtSpeechSynthesizer.h"
 #include "shell/start/StartWindow.h"
 #include "store/AppPreferences.h"
+#include "speech/SpeechServices.h"
 #include "store/FatalError.h"
 
 namespace {
@@ -87,8 +90,16 @@ int main(int argc, char** argv) {
     folvane::SingleInstance instance(folvane::SingleInstance::defaultSocketPath());
     if (instance.handOver(files)) return 0;
 
+    // The microphone, the speakers and the on-device voice; before the core,
+    // whose chats use them until they go. The recogniser and the sounds'
+    // folder are the core's defaults (pocketsphinx, <resources>/sounds).
+    folvane::QtAudioDevices audioDevices;
+    folvane::SpeechServices speech;
+    speech.devices = &audioDevices;
+    speech.makeSynthesizer = [] { return std::make_unique<folvane::QtSpeechSynthesizer>(); };
     folvane::QtMainQueue mainQueue;
     folvane::AppCore core(folvane::AppPaths::standard(), mainQueue);
+    core.setSpeech(&speech);
     // The icon theme has it once installed; from the build tree, the drawn
     // icon beside the resources.
     const QString builtIcon =

@@ -5,6 +5,7 @@
 #include <QDialogButtonBox>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
@@ -17,8 +18,10 @@
 
 #include "conversation/AppCore.h"
 #include "conversation/CustomModelListViewModel.h"
+#include "platform/FileUrl.h"
 #include "providers/ModelNames.h"
 #include "shell/app/WindowManager.h"
+#include "shell/capture/DesktopScreenCapture.h"
 #include "shell/chat/ChatConfigPanel.h"
 #include "shell/chat/ChatSearchBar.h"
 #include "shell/chat/ComposeBox.h"
@@ -31,6 +34,8 @@
 #include "shell/viewer/DocumentPane.h"
 #include "shell/viewer/DocumentView.h"
 #include "shell/viewer/FindBar.h"
+#include "speech/ScreenCaptureGate.h"
+#include "speech/SpeechServices.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -55,7 +60,10 @@ QWidget* makeFailurePage(QWidget* parent, const std::function<void()>& reload) {
 }  // namespace
 
 ChatWindow::ChatWindow(int64_t conversationId, WindowManager& windows, QWidget* parent)
-    : QMainWindow(parent), conversationId_(conversationId), windows_(windows) {
+    : QMainWindow(parent),
+      conversationId_(conversationId),
+      windows_(windows),
+      screenCapture_(std::make_unique<DesktopScreenCapture>()) {
     auto& preferences = windows_.core().preferences();
     const auto size = preferences.defaultChatWindowSize();
     // The stored size, kept inside the screen with room for the frame.
@@ -120,6 +128,7 @@ void ChatWindow::build() {
     auto* transcript = new TranscriptView(*chat_, preferences, column, &windows_.transcriptPages());
     columnLayout->addWidget(transcript, 1);
     compose_ = new ComposeBox(*chat_, preferences, column);
+    compose_->setAudioDevices(core.speech() ? core.speech()->devices : nullptr);
     connect(compose_, &ComposeBox::apiKeyNeeded, this, &ChatWindow::askForKey);
     compose_->setPromptLibrary(core.promptList());
     columnLayout->addWidget(compose_);
@@ -153,6 +162,18 @@ void ChatWindow::build() {
         dialog->raise();
         dialog->activateWindow();
     });
+    auto* screenshot = toolbar->addAction(
+        QIcon::fromTheme(QStringLiteral("applets-screenshooter"),
+                         QIcon::fromTheme(QStringLiteral("camera-photo"),
+                                          style()->standardIcon(QStyle::SP_DesktopIcon))),
+        QStringLiteral("Ask about a screenshot"));
+    screenshot->setObjectName(QStringLiteral("askAboutScreenshot"));
+    screenshot->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
+    screenshot->setToolTip(QStringLiteral("Ask about a screenshot (%1)")
+                               .arg(screenshot->shortcut().toString(QKeySequence::NativeText)));
+    if (auto* button = toolbar->widgetForAction(screenshot))
+        button->setAccessibleName(screenshot->text());
+    connect(screenshot, &QAction::triggered, this, &ChatWindow::askAboutScreenshot);
 
     // Toolbar buttons take no focus by default; here they are reached by Tab.
     for (auto* action : toolbar->actions()) {
@@ -231,6 +252,33 @@ void ChatWindow::applyAlwaysOnTop() {
     const bool visible = isVisible();
     setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
     if (visible) show();
+}
+
+void ChatWindow::setScreenCapture(std::unique_ptr<ScreenCapture> capture) {
+    screenCapture_ = std::move(capture);
+}
+
+void ChatWindow::askAboutScreenshot() {
+    if (!chat_) return;
+    const auto& state = chat_->state();
+    std::optional<std::string_view> provider;
+    if (state.customModel) provider = state.customModel->provider;
+    if (const auto alert =
+            screenCaptureAlert(provider, windows_.core().preferences().openAIKey().empty())) {
+        auto* box = new QMessageBox(QMessageBox::Critical, QString::fromStdString(alert->title),
+                                    QString::fromStdString(alert->text), QMessageBox::Ok, this);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowModality(Qt::WindowModal);
+        box->open();
+        return;
+    }
+    const auto file =
+        screenshotFilePath(windows_.core().paths().dataDirectory, std::chrono::system_clock::now());
+    // Waits here while the user selects; false when they cancelled.
+    if (!screenCapture_->captureScreenshot(file)) return;
+    chat_->trigger(chat_input::AddImages{{fileUrlFromPath(file.string())}});
+    activateWindow();
+    compose_->textEdit()->setFocus();
 }
 
 void ChatWindow::askForKey() {

@@ -7,8 +7,10 @@
 #include <QImageReader>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QStyle>
+#include <QTextCursor>
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -17,12 +19,24 @@
 #include "providers/ModelNames.h"
 #include "shell/prompts/PromptLibraryButton.h"
 #include "shell/prompts/PromptMime.h"
+#include "speech/Recording.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
 namespace {
 
 constexpr int thumbnailSize = 64;
+
+const char* const keyRequiredTitle = "OpenAI API Key Required";
+const char* const keyRequiredText =
+    "This feature requires an OpenAI API Key. Go to Settings > Model > OpenAI to set up.";
+const char* const permissionText =
+    "Unable to obtain Audio Record permission. Go to the system's sound settings (Privacy > "
+    "Microphone where the desktop has it) to set up.";
+const char* const noMicrophoneTitle = "No Microphone";
+const char* const noMicrophoneText =
+    "Folvane found no microphone. Connect one, or choose an input device in the system's sound "
+    "settings.";
 
 QToolButton* makeButton(const QString& text, const QString& help, QWidget* parent) {
     auto* button = new QToolButton(parent);
@@ -86,6 +100,9 @@ QWidget* makeThumbnail(const std::string& url, QWidget* parent, QToolButton** re
 
 ComposeBox::ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent)
     : QWidget(parent), chat_(std::move(chat)), preferences_(preferences) {
+    showAlert_ = [](QWidget* owner, const QString& title, const QString& text) {
+        QMessageBox::critical(owner, title, text);
+    };
     chooseDocuments_ = [](QWidget* owner) {
         return QFileDialog::getOpenFileNames(owner, QStringLiteral("Add Documents"), QString(),
                                              QStringLiteral("PDF documents (*.pdf)"));
@@ -140,11 +157,12 @@ ComposeBox::ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget*
         makeButton(QStringLiteral("Stop Generating"), QStringLiteral("Stop Generating"), this);
     connect(stopButton_, &QToolButton::clicked, this,
             [this] { chat_.trigger(chat_input::CancelRequest{}); });
-    // Dictation comes with the speech subsystem; until then the button is shown
-    // where it will be, but does nothing.
     recordButton_ =
         makeButton(QStringLiteral("Record speech"), QStringLiteral("Record speech"), this);
-    recordButton_->setEnabled(false);
+    // Checked while it records: a screen reader tells the second press apart.
+    recordButton_->setCheckable(true);
+    recordButton_->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    connect(recordButton_, &QToolButton::clicked, this, &ComposeBox::toggleRecording);
     for (auto* button : {sendButton_, stopButton_, recordButton_})
         row->addWidget(button, 0, Qt::AlignBottom);
     layout->addLayout(row);
@@ -217,6 +235,47 @@ void ComposeBox::send() {
         this, [this] { text_->clear(); }, Qt::QueuedConnection);
 }
 
+void ComposeBox::toggleRecording() {
+    if (recording_) {
+        auto recording = std::move(recording_);
+        recording_.reset();
+        chat_.trigger(chat_input::StopRecording{std::move(recording)});
+        renderButtons();
+        return;
+    }
+    const bool onDevice = preferences_.onDeviceSpeech();
+    if (preferences_.openAIKey().empty() && !onDevice) {
+        showAlert_(this, QString::fromUtf8(keyRequiredTitle), QString::fromUtf8(keyRequiredText));
+        renderButtons();
+        return;
+    }
+    const MicrophoneAccess access =
+        devices_ ? devices_->makeRecorder()->access() : MicrophoneAccess::missing;
+    switch (access) {
+        case MicrophoneAccess::restricted:
+            showAlert_(this, QStringLiteral("Permission Restricted"),
+                       QString::fromUtf8(permissionText));
+            renderButtons();
+            return;
+        case MicrophoneAccess::denied:
+            showAlert_(this, QStringLiteral("Permission Denied"),
+                       QString::fromUtf8(permissionText));
+            renderButtons();
+            return;
+        case MicrophoneAccess::missing:
+            showAlert_(this, QString::fromUtf8(noMicrophoneTitle),
+                       QString::fromUtf8(noMicrophoneText));
+            renderButtons();
+            return;
+        case MicrophoneAccess::authorized:
+        case MicrophoneAccess::notDetermined:
+            break;
+    }
+    recording_ = std::make_shared<Recording>(*devices_, onDevice);
+    chat_.trigger(chat_input::StartRecording{recording_});
+    renderButtons();
+}
+
 void ComposeBox::addDocuments() {
     const QStringList paths = chooseDocuments_(this);
     if (paths.isEmpty()) return;
@@ -234,6 +293,16 @@ void ComposeBox::render() {
     imageRow_->setVisible(images);
     renderImages(images ? state.imageURLs : std::vector<std::string>{});
     text_->setPlaceholderText(placeholderFor(state.recordingState));
+    // A finished dictation lands at the end of the field as it stands.
+    if (state.recordingState != shownRecordingState_) {
+        shownRecordingState_ = state.recordingState;
+        if (state.recordingState == RecordingState::Completed &&
+            !state.latestTranscriptionContent.empty()) {
+            QTextCursor cursor(text_->document());
+            cursor.movePosition(QTextCursor::End);
+            cursor.insertText(QString::fromStdString(state.latestTranscriptionContent));
+        }
+    }
     renderButtons();
 }
 
@@ -259,7 +328,14 @@ void ComposeBox::renderImages(const std::vector<std::string>& urls) {
 void ComposeBox::renderButtons() {
     const bool empty = text_->toPlainText().isEmpty();
     const bool busy = chat_.state().isBusy();
-    recordButton_->setVisible(empty);
+    const bool recording = recording_ != nullptr;
+    recordButton_->setVisible(empty || recording);
+    recordButton_->setChecked(recording);
+    recordButton_->setIcon(recording
+                               ? QIcon::fromTheme(QStringLiteral("media-playback-stop"),
+                                                  style()->standardIcon(QStyle::SP_MediaStop))
+                               : QIcon::fromTheme(QStringLiteral("audio-input-microphone"),
+                                                  style()->standardIcon(QStyle::SP_MediaVolume)));
     sendButton_->setVisible(!empty && !busy);
     stopButton_->setVisible(!empty && busy);
     enterToSend_->setVisible(!empty);

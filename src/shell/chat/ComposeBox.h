@@ -16,7 +16,9 @@ class QToolButton;
 namespace folvane {
 
 class AppPreferences;
+class AudioDevices;
 class PromptLibraryButton;
+class Recording;
 class PromptListViewModel;
 
 // Where a message begins: the text box under a chat with its send, stop and
@@ -28,6 +30,9 @@ class ComposeBox final : public QWidget {
   public:
     // Asks for the PDFs to add; empty: cancelled. Tests set it.
     using ChooseDocuments = std::function<QStringList(QWidget* parent)>;
+    // Shows a modal critical alert; tests set it.
+    using ShowAlert =
+        std::function<void(QWidget* parent, const QString& title, const QString& text)>;
 
     ComposeBox(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent = nullptr);
 
@@ -37,6 +42,14 @@ class ComposeBox final : public QWidget {
     bool enterToSendMessage() const { return enterToSendMessage_; }
     void setEnterToSendMessage(bool on);
     void setChooseDocuments(ChooseDocuments choose) { chooseDocuments_ = std::move(choose); }
+    void setShowAlert(ShowAlert show) { showAlert_ = std::move(show); }
+    // The microphone that the record button records from; none: the button
+    // says that there is no microphone.
+    void setAudioDevices(AudioDevices* devices) { devices_ = devices; }
+    QToolButton* recordButton() const { return recordButton_; }
+    bool isRecording() const { return recording_ != nullptr; }
+    // The record button: starts a dictation, or stops the one running.
+    void toggleRecording();
     // Adds the prompt library's button, and its key, beside the box.
     void setPromptLibrary(PromptListViewModel& prompts);
     PromptLibraryButton* promptButton() const { return promptButton_; }
@@ -65,6 +78,11 @@ class ComposeBox final : public QWidget {
     AppPreferences& preferences_;
     bool enterToSendMessage_ = true;
     ChooseDocuments chooseDocuments_;
+    ShowAlert showAlert_;
+    AudioDevices* devices_ = nullptr;
+    // The dictation running now, between the record button's two presses.
+    std::shared_ptr<Recording> recording_;
+    RecordingState shownRecordingState_ = RecordingState::None;
     QWidget* contextRow_;
     QLabel* contextText_;
     QWidget* imageRow_;

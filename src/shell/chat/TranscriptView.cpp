@@ -6,6 +6,7 @@
 #include <QEvent>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFontInfo>
 #include <QMenu>
 #include <QMessageBox>
@@ -52,6 +53,32 @@ std::optional<std::string> grownText(const nlohmann::ordered_json& before,
     return text.substr(old.size());
 }
 
+// The reading-aloud actions of a message's row: "Speak" (or "Stop Speak"
+// while it plays, marked busy while its speech downloads) first, and "Save
+// Speech..." once it has a speech file.
+void addSpeechActions(nlohmann::ordered_json& row, const ChatDetailState& state,
+                      const Message& message) {
+    auto& actions = row["actions"];
+    if (!actions.is_array()) return;
+    const bool playing = state.playingMessageID && *state.playingMessageID == message.id;
+    const char* speak = playing ? "Stop Speak" : "Speak";
+    nlohmann::ordered_json action = {{"action", "speak"}, {"help", speak}, {"title", speak}};
+    if (playing && state.downloadingSpeech) action["busy"] = true;
+    actions.insert(actions.begin(), std::move(action));
+    if (message.speechFileURL && !message.speechFileURL->empty()) {
+        actions.push_back({{"action", "saveSpeech"},
+                           {"help", "Save speech to File"},
+                           {"title", "Save Speech..."}});
+    }
+}
+
+// A stored file reference as a path: a file URL or a plain path.
+QString localPath(const std::string& reference) {
+    const QString text = QString::fromStdString(reference);
+    const QUrl url(text);
+    return url.isLocalFile() ? url.toLocalFile() : text;
+}
+
 // Whether a notified key is that of one of the settings.
 bool isKeyOf(std::string_view key, std::initializer_list<Setting> settings) {
     for (const Setting setting : settings)
@@ -69,6 +96,13 @@ TranscriptView::TranscriptView(ChatDetailRef chat, AppPreferences& preferences, 
       view_(new QWebEngineView(this)),
       page_(pages ? pages->take(view_) : new TranscriptPage(view_)),
       bridge_(page_->bridge()) {
+    showAlert_ = [](QWidget* owner, const QString& title, const QString& text) {
+        QMessageBox::critical(owner, title, text);
+    };
+    chooseSaveFile_ = [](QWidget* owner, const QString& title, const QString& name,
+                         const QString& filter) {
+        return QFileDialog::getSaveFileName(owner, title, name, filter);
+    };
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(view_);
@@ -199,7 +233,12 @@ void TranscriptView::push() {
     nlohmann::ordered_json changed = nlohmann::ordered_json::object();
     std::vector<std::string> keys;
     std::map<std::string, nlohmann::ordered_json> now;
-    for (const auto& row : rows) {
+    const auto& state = chat_.state();
+    for (auto row : rows) {
+        if (row.content.contains("actions")) {
+            if (const Message* message = TranscriptRows::findMessage(state, row.key))
+                addSpeechActions(row.content, state, *message);
+        }
         keys.push_back(row.key);
         order.push_back(row.key);
         auto it = sent_.find(row.key);
@@ -255,6 +294,10 @@ void TranscriptView::runAction(const QString& name, const QString& key, int inde
         saveMessage(*message);
     } else if (name == "delete") {
         deleteMessage(*message);
+    } else if (name == "speak") {
+        speak(*message);
+    } else if (name == "saveSpeech") {
+        saveSpeech(*message);
     }
 }
 
@@ -290,6 +333,42 @@ void TranscriptView::saveMessage(const Message& message) {
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
         file.write(content.toUtf8()) < 0) {
         std::cout << "Failed to save file: " << file.errorString().toStdString() << std::endl;
+    }
+}
+
+void TranscriptView::speak(const Message& message) {
+    const auto& state = chat_.state();
+    if (state.playingMessageID && *state.playingMessageID == message.id) {
+        chat_.trigger(chat_input::StopSpeak{});
+        return;
+    }
+    // On-device reading needs no account.
+    if (preferences_.openAIKey().empty() && !preferences_.onDeviceSpeech()) {
+        showAlert_(this, tr("OpenAI API Key Required"),
+                   tr("This feature requires an OpenAI API Key. Go to Settings > Model > OpenAI "
+                      "to set up."));
+        return;
+    }
+    chat_.trigger(chat_input::Speak{message});
+}
+
+void TranscriptView::saveSpeech(const Message& message) {
+    if (!message.speechFileURL) return;
+    const QString source = localPath(*message.speechFileURL);
+    QString name = QFileInfo(source).fileName();
+    if (name.isEmpty()) name = QStringLiteral("Speech.mp3");
+    const QString path =
+        chooseSaveFile_(this, tr("Save message to file"), name, tr("MP3 audio (*.mp3)"));
+    if (path.isEmpty()) return;
+    // QFile::copy does not replace: the save dialog has asked already.
+    if (QFile::exists(path) && !QFile::remove(path)) {
+        showAlert_(this, tr("Save Speech"),
+                   tr("Failed to save file: ") + tr("%1 cannot be replaced.").arg(path));
+        return;
+    }
+    QFile file(source);
+    if (!file.copy(path)) {
+        showAlert_(this, tr("Save Speech"), tr("Failed to save file: ") + file.errorString());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QWidget>
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -29,6 +30,17 @@ class TranscriptView final : public QWidget {
   public:
     TranscriptView(ChatDetailRef chat, AppPreferences& preferences, QWidget* parent = nullptr,
                    TranscriptPagePool* pages = nullptr);
+
+    // Shows a modal critical alert; asks where to save a file (empty:
+    // cancelled). Tests set them.
+    using ShowAlert =
+        std::function<void(QWidget* parent, const QString& title, const QString& text)>;
+    using ChooseSaveFile = std::function<QString(QWidget* parent, const QString& title,
+                                                 const QString& name, const QString& filter)>;
+    void setShowAlert(ShowAlert show) { showAlert_ = std::move(show); }
+    void setChooseSaveFile(ChooseSaveFile choose) { chooseSaveFile_ = std::move(choose); }
+    // A message's own action, as its button or menu entry runs it.
+    void runAction(const QString& name, const QString& key, int index);
 
     // What the page last reported for a row: its height and its rendered text.
     double rowHeight(const QString& key) const;
@@ -58,15 +70,18 @@ class TranscriptView final : public QWidget {
     void push();
     void pushStyle();
     bool isDark() const;
-    void runAction(const QString& name, const QString& key, int index);
     void showContextMenu(const QString& key);
     void copyMessage(const Message& message);
     void editMessage(const Message& message);
     void saveMessage(const Message& message);
     void deleteMessage(const Message& message);
+    void speak(const Message& message);
+    void saveSpeech(const Message& message);
 
     ChatDetailRef chat_;
     AppPreferences& preferences_;
+    ShowAlert showAlert_;
+    ChooseSaveFile chooseSaveFile_;
     QWebEngineView* view_;
     TranscriptPage* page_;
     TranscriptBridge* bridge_;

@@ -1,15 +1,20 @@
 #include "shell/settings/GeneralTab.h"
 
+#include <QAudioOutput>
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFormLayout>
 #include <QFrame>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QMediaPlayer>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+#include "speech/SpeechLanguages.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
@@ -29,6 +34,33 @@ constexpr TagChoice tagChoices[] = {
 // The OCR levels by their choice's id.
 enum OcrChoice { accurate, fast };
 constexpr const char* ocrLevels[] = {"accurate", "fast"};
+
+constexpr const char* voices[] = {"alloy", "echo", "fable", "onyx", "nova", "shimmer"};
+
+struct VoiceModelChoice {
+    const char* label;
+    const char* model;
+};
+constexpr VoiceModelChoice voiceModels[] = {{"TTS 1", "tts-1"}, {"TTS 1 HD", "tts-1-hd"}};
+
+QLabel* makeHeading(const QString& text, QWidget* parent) {
+    auto* heading = new QLabel(text, parent);
+    heading->setStyleSheet(QStringLiteral("font-weight: bold"));
+    heading->setAccessibleName(text);
+    return heading;
+}
+
+// Shows the stored value in a choice whose items carry the values; a value
+// the list does not offer is added so that it still shows.
+void showChoice(QComboBox* box, const QString& value) {
+    const QSignalBlocker blocker(box);
+    int index = box->findData(value);
+    if (index < 0) {
+        box->addItem(value, value);
+        index = box->count() - 1;
+    }
+    box->setCurrentIndex(index);
+}
 
 QFrame* makeRule(QWidget* parent) {
     auto* rule = new QFrame(parent);
@@ -136,6 +168,104 @@ GeneralTab::GeneralTab(AppPreferences& preferences, QWidget* parent)
               Setting::appendUserInstructionToUserMessage,
               QStringLiteral("On: the instruction is added to the end of each message you send. "
                              "Off: it becomes part of the system instruction."));
+
+    addSpeechGroups(form);
+}
+
+QString GeneralTab::voiceSampleUrl(const QString& voice) {
+    return QStringLiteral("https://cdn.openai.com/API/docs/audio/") + voice +
+           QStringLiteral(".wav");
+}
+
+QString GeneralTab::sampleStatus() const {
+    return sampleStatus_->text();
+}
+
+void GeneralTab::addSpeechGroups(QFormLayout* form) {
+    form->addRow(makeRule(this));
+    form->addRow(makeHeading(QStringLiteral("Speech-to-text Settings"), this));
+    auto* language = new QComboBox(this);
+    language->setAccessibleName(QStringLiteral("Select Language"));
+    for (const auto& choice : speechLanguages())
+        language->addItem(QString::fromStdString(choice.label),
+                          QString::fromStdString(choice.code));
+    addRow(form, QStringLiteral("Language:"), language);
+    connect(language, &QComboBox::activated, this, [this, language](int index) {
+        const std::string code = language->itemData(index).toString().toStdString();
+        write([&] { this->preferences().setSttLanguageCode(code); });
+    });
+    follow({Setting::sttLanguageCode}, [this, language] {
+        showChoice(language, QString::fromStdString(this->preferences().sttLanguageCode()));
+    });
+    addToggle(form, QStringLiteral("Auto send the message after speak"),
+              Setting::autoSendMessageAfterSpeak);
+
+    form->addRow(makeRule(this));
+    form->addRow(makeHeading(QStringLiteral("Text-to-speech Settings"), this));
+    auto* voiceRow = new QWidget(this);
+    auto* voiceLayout = new QHBoxLayout(voiceRow);
+    voiceLayout->setContentsMargins(0, 0, 0, 0);
+    auto* voice = new QComboBox(voiceRow);
+    voice->setAccessibleName(QStringLiteral("Default Voice"));
+    for (const char* name : voices)
+        voice->addItem(QString::fromUtf8(name), QString::fromUtf8(name));
+    auto* play = new QPushButton(QStringLiteral("Play"), voiceRow);
+    play->setAccessibleName(QStringLiteral("Play"));
+    play->setToolTip(QStringLiteral("Play a sample of the voice"));
+    sampleStatus_ = new QLabel(voiceRow);
+    sampleStatus_->setWordWrap(true);
+    sampleStatus_->setAccessibleName(QStringLiteral("Voice sample"));
+    voiceLayout->addWidget(voice);
+    voiceLayout->addWidget(play);
+    voiceLayout->addWidget(sampleStatus_, 1);
+    addRow(form, QStringLiteral("Default Voice:"), voiceRow, voice);
+    connect(voice, &QComboBox::activated, this, [this, voice](int index) {
+        const std::string name = voice->itemData(index).toString().toStdString();
+        write([&] { this->preferences().setSpeechVoice(name); });
+    });
+    follow({Setting::speechVoice}, [this, voice] {
+        showChoice(voice, QString::fromStdString(this->preferences().speechVoice()));
+    });
+    connect(play, &QPushButton::clicked, this,
+            [this, voice] { playSample(voice->currentData().toString()); });
+
+    auto* model = new QComboBox(this);
+    model->setAccessibleName(QStringLiteral("Voice Model"));
+    for (const auto& choice : voiceModels)
+        model->addItem(QString::fromUtf8(choice.label), QString::fromUtf8(choice.model));
+    addRow(form, QStringLiteral("Voice Model:"), model);
+    connect(model, &QComboBox::activated, this, [this, model](int index) {
+        const std::string name = model->itemData(index).toString().toStdString();
+        write([&] { this->preferences().setVoiceModel(name); });
+    });
+    follow({Setting::voiceModel}, [this, model] {
+        showChoice(model, QString::fromStdString(this->preferences().voiceModel()));
+    });
+
+    form->addRow(makeRule(this));
+    addToggle(form, QStringLiteral("On-device speech"), Setting::onDeviceSpeech,
+              QStringLiteral("Dictation and reading aloud on this computer: no account is "
+                             "needed and nothing is sent. English only."));
+}
+
+void GeneralTab::playSample(const QString& voice) {
+    if (!samplePlayer_) {
+        samplePlayer_ = new QMediaPlayer(this);
+        samplePlayer_->setAudioOutput(new QAudioOutput(samplePlayer_));
+        connect(samplePlayer_, &QMediaPlayer::errorOccurred, this,
+                [this](QMediaPlayer::Error, const QString& description) {
+                    sampleStatus_->setText(QStringLiteral("The sample cannot be played: ") +
+                                           description);
+                });
+        connect(samplePlayer_, &QMediaPlayer::mediaStatusChanged, this,
+                [this](QMediaPlayer::MediaStatus status) {
+                    if (status == QMediaPlayer::EndOfMedia) sampleStatus_->clear();
+                });
+    }
+    sampleStatus_->setText(QStringLiteral("Playing..."));
+    samplePlayer_->stop();
+    samplePlayer_->setSource(QUrl(voiceSampleUrl(voice)));
+    samplePlayer_->play();
 }
 
 }  // namespace folvane

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "speech/Recording.h"
+#include "speech/AudioDevices.h"
 
 namespace folvane {
 

@@ -112,35 +112,44 @@ void QtAudioRecorder::record() {
 }
 
 void QtAudioRecorder::stop() {
-    // The end of the stream lets the muxer write its index; the bus says when
-    // the file is whole.
-    if (recording_) gst_element_send_event(pipeline_, gst_event_new_eos());
+    if (!recording_) return;
+    // The end of the stream lets the muxer write its index; the caller reads
+    // the file as soon as this returns, so the bus is waited on here.
+    busTimer_.stop();
+    gst_element_send_event(pipeline_, gst_event_new_eos());
+    GstBus* bus = gst_element_get_bus(pipeline_);
+    GstMessage* message = gst_bus_timed_pop_filtered(
+        bus, 5 * GST_SECOND, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+    gst_object_unref(bus);
+    if (message) {
+        handle(message);
+    } else {
+        failed_ = true;
+        finish(false);
+    }
 }
 
 void QtAudioRecorder::readBus() {
     if (!pipeline_) return;
     GstBus* bus = gst_element_get_bus(pipeline_);
-    while (GstMessage* message = gst_bus_pop_filtered(
-               bus, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR))) {
-        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
-            GError* error = nullptr;
-            gst_message_parse_error(message, &error, nullptr);
-            const std::string description = error ? error->message : "unknown error";
-            if (error) g_error_free(error);
-            gst_message_unref(message);
-            gst_object_unref(bus);
-            failed_ = true;
-            log("audioRecorderEncodeErrorDidOccur " + description);
-            if (encodeError) encodeError(description);
-            finish(false);
-            return;
-        }
-        gst_message_unref(message);
-        gst_object_unref(bus);
-        finish(!failed_);
-        return;
-    }
+    GstMessage* message =
+        gst_bus_pop_filtered(bus, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
     gst_object_unref(bus);
+    if (message) handle(message);
+}
+
+void QtAudioRecorder::handle(GstMessage* message) {
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+        GError* error = nullptr;
+        gst_message_parse_error(message, &error, nullptr);
+        const std::string description = error ? error->message : "unknown error";
+        if (error) g_error_free(error);
+        failed_ = true;
+        log("audioRecorderEncodeErrorDidOccur " + description);
+        if (encodeError) encodeError(description);
+    }
+    gst_message_unref(message);
+    finish(!failed_);
 }
 
 void QtAudioRecorder::finish(bool success) {

@@ -6,6 +6,7 @@
 #include "platform/AudioRecorder.h"
 
 typedef struct _GstElement GstElement;
+typedef struct _GstMessage GstMessage;
 
 namespace folvane {
 
@@ -33,6 +34,7 @@ class QtAudioRecorder final : public QObject, public AudioRecorder {
 
   private:
     void readBus();
+    void handle(GstMessage* message);
     void finish(bool success);
     void release();
 
