@@ -21,6 +21,7 @@ class ComposeBox;
 class CustomModelListViewModel;
 class DocumentPane;
 class DocumentListView;
+class ScreenCapture;
 class WindowManager;
 
 // The window of one chat: its title and model, the documents, the transcript
@@ -46,6 +47,13 @@ class ChatWindow final : public QMainWindow {
     // The chat's settings, made on first use.
     QDialog* configDialog();
 
+    // The toolbar's "Ask about a screenshot": the alert of a chat that cannot
+    // ask the vision model, or the screenshot tool, whose picture waits in
+    // the compose box for the next message.
+    void askAboutScreenshot();
+    // The screenshot tool; the desktop's unless a test gives its own.
+    void setScreenCapture(std::unique_ptr<ScreenCapture> capture);
+
     // Sends sync to the chat list and looks for the chat again.
     void reload();
 
@@ -62,6 +70,7 @@ class ChatWindow final : public QMainWindow {
     int64_t conversationId_;
     int64_t customModelId_ = 0;
     WindowManager& windows_;
+    std::unique_ptr<ScreenCapture> screenCapture_;
     std::optional<ChatDetailRef> chat_;
     std::unique_ptr<CustomModelListViewModel> customModels_;
     QStackedWidget* pages_;
