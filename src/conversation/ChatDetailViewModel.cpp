@@ -166,10 +166,12 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                     });
                 } else if constexpr (std::is_same_v<T, in::GoToReference>) {
                     if (const auto& go = state().pageNavigator->goToReference()) go(c.reference);
-                } else if constexpr (std::is_same_v<T, in::Speak> ||
-                                     std::is_same_v<T, in::StartRecording> ||
-                                     std::is_same_v<T, in::StopRecording>) {
-                    // Reading aloud and dictation arrive with the speech subsystem.
+                } else if constexpr (std::is_same_v<T, in::Speak>) {
+                    speech_.speak(c.message);
+                } else if constexpr (std::is_same_v<T, in::StartRecording>) {
+                    speech_.startRecording(c.recording);
+                } else if constexpr (std::is_same_v<T, in::StopRecording>) {
+                    speech_.stopRecording(c.recording);
                 } else if constexpr (std::is_same_v<T, in::LoadIndex>) {
                     startAccessing(state().allDocuments);
                     if (indexer_ && indexer_->loadIndex()) {
@@ -225,8 +227,7 @@ void ChatDetailViewModel::trigger(ChatDetailInput input) {
                         s.stringContext.clear();
                     });
                 } else if constexpr (std::is_same_v<T, in::StopSpeak>) {
-                    // The player arrives with the speech subsystem; nothing plays yet.
-                    updateState([](ChatDetailState& s) { s.playingMessageID.reset(); });
+                    speech_.stopSpeak();
                 }
             },
             input);

@@ -14,6 +14,7 @@
 #include "conversation/ChatDetailInput.h"
 #include "conversation/ChatDetailState.h"
 #include "conversation/ChatSearch.h"
+#include "conversation/ChatSpeech.h"
 #include "conversation/SendFlow.h"
 #include "conversation/ViewModel.h"
 #include "documents/ChatIndexer.h"
@@ -74,10 +75,16 @@ class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, Ch
     // wait in the main queue). For the CLI and tests.
     void waitForRequests() { sendFlow_.waitForRequests(); }
     ChatIndexer* indexer() { return indexer_.get(); }
+    // True while a transcription or a speech file's download runs.
+    bool isSpeechRunning() const { return speech_.isTaskRunning(); }
+    // Blocks until they have ended (their posted changes may still wait in
+    // the main queue). For the CLI and tests.
+    void waitForSpeech() { speech_.waitForTasks(); }
 
   private:
     friend class SendFlow;
     friend class ChatSearch;
+    friend class ChatSpeech;
 
     void sync();
     // Throws ImageError for the first file URL that is no readable picture.
@@ -96,6 +103,7 @@ class ChatDetailViewModel final : public PublishingViewModel<ChatDetailState, Ch
     std::shared_ptr<ChatDetailViewModel*> alive_;
     SendFlow sendFlow_{*this, services_};
     ChatSearch search_{*this, services_.mainQueue};
+    ChatSpeech speech_{*this, services_};
 };
 
 }  // namespace folvane
