@@ -1,6 +1,8 @@
 #include <QAction>
+#include <QDir>
 #include <QLabel>
 #include <QMenu>
+#include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QToolButton>
@@ -115,6 +117,15 @@ class DocumentListViewTest : public QObject {
             if (menu->isVisible()) shown = menu;
         QVERIFY(shown);
         QCOMPARE(shown->actions().size(), 4);  // the two reprocesses, re-embed, remove
+        // The list with its row's menu, as build/screenshots/document-list-reembed.png.
+        view.resize(260, 220);
+        QImage picture = view.grab().toImage();
+        QPainter painter(&picture);
+        painter.drawPixmap(view.mapFromGlobal(shown->pos()), shown->grab());
+        painter.end();
+        const QString folder = QCoreApplication::applicationDirPath() + "/../screenshots";
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(picture.save(folder + "/document-list-reembed.png"));
         shown->hide();
     }
 
