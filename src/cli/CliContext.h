@@ -83,5 +83,7 @@ int runRenderCommand(CliContext& context, const CliArguments& args);
 int runLocateCommand(CliContext& context, const CliArguments& args);
 int runModelCommand(CliContext& context, const CliArguments& args);
 int runCurrentTabCommand(CliContext& context, const CliArguments& args);
+int runTranscribeCommand(CliContext& context, const CliArguments& args);
+int runSpeakCommand(CliContext& context, const CliArguments& args);
 
 }  // namespace folvane

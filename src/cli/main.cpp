@@ -79,6 +79,11 @@ Commands:
                                   (NAME: firefox, chromium, google-chrome, brave-browser,
                                   microsoft-edge, vivaldi; DIR: a Firefox profile or a
                                   Chromium user-data folder)
+  transcribe FILE [--on-device]   print the words spoken in a recording: OpenAI's whisper-1
+                                  in the setting sttLanguageCode, or with --on-device
+                                  pocketsphinx's US English (16-bit mono 16 kHz WAV), no key
+  speak MESSAGE_ID                make a message's speech file (once; later calls reuse it)
+                                  with the settings voiceModel and speechVoice, print its path
   help                            show this text
 
 Options:
@@ -123,6 +128,8 @@ const std::map<std::string, Command> commands{
     {"delete-messages", folvane::runDeleteMessagesCommand},
     {"search", folvane::runSearchCommand},
     {"current-tab", folvane::runCurrentTabCommand},
+    {"transcribe", folvane::runTranscribeCommand},
+    {"speak", folvane::runSpeakCommand},
 };
 
 }  // namespace
