@@ -12,7 +12,8 @@ namespace folvane {
 
 namespace {
 
-constexpr quint32 requestMagic = 0x466f6c31;  // "Fol1"
+constexpr quint32 requestMagic = 0x466f6c31;     // "Fol1"
+constexpr quint32 activationMagic = 0x466f6c41;  // "FolA"
 const QByteArray acknowledgement = QByteArrayLiteral("ok");
 constexpr int waitMilliseconds = 5000;
 
@@ -32,12 +33,20 @@ SingleInstance::~SingleInstance() {
 }
 
 bool SingleInstance::handOver(const QStringList& paths) const {
+    return send(requestMagic, paths);
+}
+
+bool SingleInstance::handOverActivation() const {
+    return send(activationMagic, {});
+}
+
+bool SingleInstance::send(quint32 magic, const QStringList& paths) const {
     QLocalSocket socket;
     socket.connectToServer(socketPath_);
     if (!socket.waitForConnected(waitMilliseconds)) return false;
     QByteArray request;
     QDataStream out(&request, QIODevice::WriteOnly);
-    out << requestMagic << paths;
+    out << magic << paths;
     socket.write(request);
     if (!socket.waitForBytesWritten(waitMilliseconds)) return false;
     while (socket.bytesAvailable() < acknowledgement.size()) {
@@ -69,15 +78,17 @@ void SingleInstance::accept() {
             QStringList paths;
             in >> magic >> paths;
             if (!in.commitTransaction()) return;
-            if (magic != requestMagic) {
+            if (magic != requestMagic && magic != activationMagic) {
                 socket->disconnectFromServer();
                 return;
             }
             socket->write(acknowledgement);
             socket->flush();
             // Outside the socket's handler: opening may show a modal alert.
-            QTimer::singleShot(0, this, [this, paths] {
-                if (paths.isEmpty()) {
+            QTimer::singleShot(0, this, [this, paths, magic] {
+                if (magic == activationMagic) {
+                    emit activationRequested();
+                } else if (paths.isEmpty()) {
                     emit welcomeRequested();
                 } else {
                     emit filesRequested(paths);

@@ -24,6 +24,9 @@ class SingleInstance final : public QObject {
     // Gives these absolute file paths (none: show the welcome window) to the
     // running instance. False when none is running or it did not answer.
     bool handOver(const QStringList& paths) const;
+    // Asks the running instance to open the PDF of the browser in front (the
+    // global shortcut's action, for `folvane --activate`).
+    bool handOverActivation() const;
 
     // Becomes the running instance; false when the socket cannot be made.
     bool listen();
@@ -31,8 +34,10 @@ class SingleInstance final : public QObject {
   signals:
     void welcomeRequested();
     void filesRequested(const QStringList& paths);
+    void activationRequested();
 
   private:
+    bool send(quint32 magic, const QStringList& paths) const;
     void accept();
 
     QString socketPath_;

@@ -2,12 +2,15 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QMessageBox>
 #include <QTimer>
 
 #include "conversation/AppCore.h"
+#include "conversation/BrowserTabOpener.h"
 #include "conversation/ChatListViewModel.h"
 #include "platform/FileUrl.h"
+#include "shell/app/GlobalShortcut.h"
 #include "shell/chat/ChatWindow.h"
 #include "shell/menus/MenuBar.h"
 #include "shell/settings/SettingsWindow.h"
@@ -19,9 +22,28 @@ WindowManager::WindowManager(AppCore& core, TranscriptPagePool& transcriptPages,
     : QObject(parent), core_(core), transcriptPages_(transcriptPages) {
     chatListSubscription_ = core_.chatList().subscribe([this] { closeRemovedChats(); });
     core_.setClipboard(&clipboard_);
+
+    BrowserTabOpener::Callbacks callbacks;
+    callbacks.setOpening = [this](bool on) { appState_.setOpeningFromBrowsers(on); };
+    callbacks.bringToFront = [this] { showWelcome(); };
+    callbacks.openFile = [this](const std::string& fileUrl) {
+        return core_.fileOpener().openFiles({fileUrl});
+    };
+    callbacks.openChat = [this](int64_t id) { openChat(id); };
+    callbacks.alert = [this](const std::string& title, const std::string& text) {
+        QMessageBox::critical(startWindow(), QString::fromStdString(title),
+                              QString::fromStdString(text));
+    };
+    browserTab_ = std::make_unique<BrowserTabOpener>(*core_.http(), core_.mainQueue(),
+                                                     QDir::homePath().toStdString(), callbacks);
+    shortcut_ = new GlobalShortcut(core_.preferences(), this);
+    connect(shortcut_, &GlobalShortcut::activated, this,
+            [this] { openBrowserTab(FrontmostWindow::read()); });
 }
 
 WindowManager::~WindowManager() {
+    // The fetch's thread stops before the windows its results go to.
+    browserTab_.reset();
     core_.setClipboard(nullptr);
     for (auto& [id, window] : chats_) delete window.data();
     delete start_.data();
@@ -51,9 +73,13 @@ void WindowManager::openChat(int64_t conversationId) {
     slot->activateWindow();
 }
 
+void WindowManager::openBrowserTab(const std::optional<FrontmostWindow>& window) {
+    browserTab_->start(window);
+}
+
 void WindowManager::showSettings(std::optional<SettingsTab> tab) {
     if (!settings_) {
-        settings_ = new SettingsWindow(core_);
+        settings_ = new SettingsWindow(core_, nullptr, shortcut_);
         settings_->setAttribute(Qt::WA_DeleteOnClose);
         addQuitAction(settings_);
     }

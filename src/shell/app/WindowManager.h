@@ -5,9 +5,11 @@
 #include <QStringList>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 
+#include "platform/FrontmostWindow.h"
 #include "runtime/ObserverList.h"
 #include "shell/app/AppState.h"
 #include "shell/app/QtClipboard.h"
@@ -16,7 +18,9 @@
 namespace folvane {
 
 class AppCore;
+class BrowserTabOpener;
 class ChatWindow;
+class GlobalShortcut;
 class StartWindow;
 class TranscriptPagePool;
 
@@ -39,6 +43,13 @@ class WindowManager final : public QObject {
     // Makes (or finds) the chat of these files and opens its window; a failure
     // is shown as the "Failed" alert. Returns the chat's id, or 0.
     int64_t openFiles(const QStringList& paths, QWidget* alertParent = nullptr);
+
+    // Opens the PDF of the browser tab in front as a chat: the global
+    // shortcut's action. The window is the one that was in front when the
+    // key was let go, read before anything of ours comes forward. Failures
+    // show their critical alert.
+    void openBrowserTab(const std::optional<FrontmostWindow>& window);
+    GlobalShortcut* globalShortcut() const { return shortcut_; }
 
     // Opens the settings, or brings them forward, on the given tab or on the
     // one shown last.
@@ -64,6 +75,8 @@ class WindowManager final : public QObject {
     std::map<int64_t, QPointer<ChatWindow>> chats_;
     std::set<int64_t> listedChats_;
     Subscription chatListSubscription_;
+    GlobalShortcut* shortcut_ = nullptr;
+    std::unique_ptr<BrowserTabOpener> browserTab_;
 };
 
 }  // namespace folvane

@@ -14,6 +14,7 @@
 #include "conversation/AppCore.h"
 #include "conversation/CustomModelListViewModel.h"
 #include "platform/AppPaths.h"
+#include "platform/FrontmostWindow.h"
 #include "platform/Log.h"
 #include "providers/OpenRouterCatalogue.h"
 #include "shell/app/AfterFirstPaint.h"
@@ -33,12 +34,13 @@
 namespace {
 
 // The files to open, as absolute paths; URLs other than file URLs are left
-// out. "--welcome" asks for the start window, which every launch shows anyway.
+// out. "--welcome" asks for the start window, which every launch shows anyway;
+// "--activate" (the global shortcut's command) is read by main.
 QStringList readArguments(const QStringList& arguments) {
     QStringList files;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
-        if (argument == QLatin1String("--welcome")) {
+        if (argument == QLatin1String("--welcome") || argument == QLatin1String("--activate")) {
             continue;
         } else if (argument.startsWith(QLatin1String("--"))) {
             std::fprintf(stderr, "Unknown option: %s\n", qPrintable(argument));
@@ -88,7 +90,10 @@ int main(int argc, char** argv) {
 
     const QStringList files = readArguments(QApplication::arguments());
     folvane::SingleInstance instance(folvane::SingleInstance::defaultSocketPath());
-    if (instance.handOver(files)) return 0;
+    const bool activate = QApplication::arguments().contains(QStringLiteral("--activate"));
+    if (activate ? instance.handOverActivation() : instance.handOver(files)) return 0;
+    // The browser's window, read before any window of ours comes to the front.
+    const auto frontmost = activate ? folvane::FrontmostWindow::read() : std::nullopt;
 
     // The microphone, the speakers and the on-device voice; before the core,
     // whose chats use them until they go. The recogniser and the sounds'
@@ -130,6 +135,8 @@ int main(int argc, char** argv) {
                      &folvane::WindowManager::showWelcome);
     QObject::connect(&instance, &folvane::SingleInstance::filesRequested, &windows,
                      [&windows](const QStringList& paths) { windows.openFiles(paths); });
+    QObject::connect(&instance, &folvane::SingleInstance::activationRequested, &windows,
+                     [&windows] { windows.openBrowserTab(folvane::FrontmostWindow::read()); });
 
     windows.showWelcome();
     // The web engine starts and a transcript page loads once the start window
@@ -140,6 +147,10 @@ int main(int argc, char** argv) {
     const std::jthread catalogue = fetchOpenRouterCatalogue(core);
     if (!files.isEmpty()) {
         QTimer::singleShot(0, &windows, [&windows, files] { windows.openFiles(files); });
+    }
+    if (activate) {
+        QTimer::singleShot(0, &windows,
+                           [&windows, frontmost] { windows.openBrowserTab(frontmost); });
     }
     return QApplication::exec();
 }

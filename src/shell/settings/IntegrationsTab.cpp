@@ -3,17 +3,34 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QKeySequenceEdit>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+#include "shell/app/GlobalShortcut.h"
 #include "store/AppPreferences.h"
 
 namespace folvane {
 
-IntegrationsTab::IntegrationsTab(AppPreferences& preferences, QWidget* parent)
-    : SettingsPage(preferences, parent) {
+namespace {
+
+// A key that another program's typing would not miss: one with Ctrl, Alt or
+// Super, or a function key.
+bool isShortcutKey(const QKeyCombination& chord) {
+    const auto key = chord.key();
+    if (key >= Qt::Key_F1 && key <= Qt::Key_F35) return true;
+    return (chord.keyboardModifiers() &
+            (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0;
+}
+
+}  // namespace
+
+IntegrationsTab::IntegrationsTab(AppPreferences& preferences, GlobalShortcut* shortcut,
+                                 QWidget* parent)
+    : SettingsPage(preferences, parent), shortcut_(shortcut) {
     auto* layout = new QVBoxLayout(this);
 
     auto* search = new QGroupBox(QStringLiteral("Web Search"), this);
@@ -48,7 +65,7 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, QWidget* parent)
     key->setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText);
     layout->addWidget(search);
 
-    // The browsers' shortcut: its place, filled in a later version.
+    // The browsers' shortcut: the global key that opens the browser's PDF.
     auto* browsers = new QGroupBox(this);
     browsers->setObjectName(QStringLiteral("integration-web-browers"));
     browsers->setAccessibleName(QStringLiteral("Web Browsers Integration"));
@@ -67,13 +84,84 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, QWidget* parent)
     heading->addStretch();
     browsersLayout->addLayout(heading);
     auto* about = new QLabel(
-        QStringLiteral("Quickly open the PDF in your web browser with Folvane using a shortcut "
-                       "key.\n\nThe shortcut comes in a later version of Folvane."),
+        QStringLiteral(
+            "Quickly open the PDF in your web browser with Folvane using a shortcut key.\n\n"
+            "Supported Browsers: Firefox & Chromium-family browsers (Chromium, Google Chrome, "
+            "Brave, Microsoft Edge, Vivaldi).\nSupported File Type: PDF\n\n"
+            "A Chromium-family browser tells Folvane its tab only when it was started with "
+            "--remote-debugging-port=9222."),
         browsers);
     about->setWordWrap(true);
+    about->setTextInteractionFlags(Qt::TextSelectableByMouse);
     browsersLayout->addWidget(about);
+
+    QFormLayout* shortcutForm = makeForm(nullptr);
+    auto* row = new QWidget(browsers);
+    auto* recorderRow = new QHBoxLayout(row);
+    recorderRow->setContentsMargins(0, 0, 0, 0);
+    recorder_ = new QKeySequenceEdit(row);
+    recorder_->setObjectName(QStringLiteral("openWithFolvane"));
+    recorder_->setAccessibleName(QStringLiteral("Shortcut"));
+    recorder_->setToolTip(QStringLiteral("Click, then press the keys of the shortcut."));
+    auto* clear = new QPushButton(QStringLiteral("Clear"), row);
+    clear->setAccessibleName(QStringLiteral("Clear"));
+    recorderRow->addWidget(recorder_, 1);
+    recorderRow->addWidget(clear);
+    addRow(shortcutForm, QStringLiteral("Shortcut:"), row, recorder_);
+    browsersLayout->addLayout(shortcutForm);
+
+    refused_ = new QLabel(QStringLiteral("Use a key with Ctrl, Alt or Super, or a function key."),
+                          browsers);
+    refused_->setWordWrap(true);
+    refused_->setVisible(false);
+    browsersLayout->addWidget(refused_);
+    taken_ = new QLabel(QStringLiteral("Another program already uses this shortcut. Choose "
+                                       "another, or bind `folvane --activate` in your desktop's "
+                                       "keyboard settings."),
+                        browsers);
+    taken_->setObjectName(QStringLiteral("shortcut-taken"));
+    taken_->setWordWrap(true);
+    taken_->setStyleSheet(QStringLiteral("QLabel { color: #d70015; }"));
+    taken_->setVisible(false);
+    browsersLayout->addWidget(taken_);
+    unavailable_ = makeHelp(QStringLiteral("This desktop does not let Folvane listen for a key "
+                                           "itself: bind `folvane --activate` in your desktop's "
+                                           "keyboard settings."),
+                            recorder_, browsers);
+    unavailable_->setVisible(false);
+    browsersLayout->addWidget(unavailable_);
+
+    connect(recorder_, &QKeySequenceEdit::editingFinished, this,
+            [this] { record(recorder_->keySequence()); });
+    connect(clear, &QPushButton::clicked, this, [this] { record(QKeySequence()); });
+    follow({Setting::openWithFolvane}, [this] {
+        const QKeySequence stored = GlobalShortcut::storedKey(this->preferences());
+        if (recorder_->keySequence() != stored) recorder_->setKeySequence(stored);
+    });
+    if (shortcut_) {
+        connect(shortcut_, &GlobalShortcut::statusChanged, this, &IntegrationsTab::showStatus);
+    }
+    showStatus();
     layout->addWidget(browsers);
     layout->addStretch();
+}
+
+void IntegrationsTab::record(const QKeySequence& key) {
+    const bool refused = !key.isEmpty() && !isShortcutKey(key[0]);
+    refused_->setVisible(refused);
+    if (refused) {
+        recorder_->setKeySequence(GlobalShortcut::storedKey(preferences()));
+        return;
+    }
+    write([&] { GlobalShortcut::store(preferences(), key); });
+    // The recorder shows what is stored: the first chord only.
+    showStored();
+}
+
+void IntegrationsTab::showStatus() {
+    const auto status = shortcut_ ? shortcut_->status() : GlobalShortcut::Status::none;
+    taken_->setVisible(status == GlobalShortcut::Status::taken);
+    unavailable_->setVisible(status == GlobalShortcut::Status::unavailable);
 }
 
 }  // namespace folvane

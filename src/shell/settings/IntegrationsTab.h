@@ -2,14 +2,33 @@
 
 #include "shell/settings/SettingsPage.h"
 
+class QKeySequence;
+class QKeySequenceEdit;
+class QLabel;
+
 namespace folvane {
 
+class GlobalShortcut;
+
 // The Integrations tab: the search engine that web search asks, and the
-// browsers' shortcut, which is not built yet.
+// global shortcut that opens the browser's PDF, with a line when the desktop
+// refused its key.
 class IntegrationsTab final : public SettingsPage {
     Q_OBJECT
   public:
-    explicit IntegrationsTab(AppPreferences& preferences, QWidget* parent = nullptr);
+    // shortcut: whose state the tab shows; none shows no state.
+    explicit IntegrationsTab(AppPreferences& preferences, GlobalShortcut* shortcut = nullptr,
+                             QWidget* parent = nullptr);
+
+  private:
+    void record(const QKeySequence& key);
+    void showStatus();
+
+    GlobalShortcut* shortcut_;
+    QKeySequenceEdit* recorder_ = nullptr;
+    QLabel* refused_ = nullptr;
+    QLabel* taken_ = nullptr;
+    QLabel* unavailable_ = nullptr;
 };
 
 }  // namespace folvane

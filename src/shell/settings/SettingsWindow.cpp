@@ -74,7 +74,7 @@ QString SettingsWindow::identifier(SettingsTab tab) {
     return {};
 }
 
-SettingsWindow::SettingsWindow(AppCore& core, QWidget* parent)
+SettingsWindow::SettingsWindow(AppCore& core, QWidget* parent, GlobalShortcut* shortcut)
     : QWidget(parent, Qt::Window), tabs_(new QTabWidget(this)) {
     setWindowTitle(QStringLiteral("Settings"));
     setAccessibleName(QStringLiteral("Settings"));
@@ -96,7 +96,7 @@ SettingsWindow::SettingsWindow(AppCore& core, QWidget* parent)
                 page = new PromptsTab(core.promptList());
                 break;
             case SettingsTab::integrations:
-                page = scrolling(new IntegrationsTab(preferences));
+                page = scrolling(new IntegrationsTab(preferences, shortcut));
                 break;
             case SettingsTab::privacy:
                 page = scrolling(new PrivacyTab(preferences));

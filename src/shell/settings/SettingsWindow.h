@@ -8,6 +8,7 @@ class QTabWidget;
 namespace folvane {
 
 class AppCore;
+class GlobalShortcut;
 
 // The tabs of the settings, in their order.
 enum class SettingsTab { general, models, appearance, prompts, integrations, privacy, advanced };
@@ -21,7 +22,9 @@ inline constexpr std::array allSettingsTabs = {
 class SettingsWindow final : public QWidget {
     Q_OBJECT
   public:
-    explicit SettingsWindow(AppCore& core, QWidget* parent = nullptr);
+    // shortcut: the global shortcut whose state the Integrations tab shows.
+    explicit SettingsWindow(AppCore& core, QWidget* parent = nullptr,
+                            GlobalShortcut* shortcut = nullptr);
 
     // The tab's title and its identifier, the object name of its page.
     static QString title(SettingsTab tab);
