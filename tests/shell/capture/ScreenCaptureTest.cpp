@@ -265,7 +265,9 @@ class ScreenCaptureTest : public QObject {
         auto chat = *shell.core.chatList().find(id);
         ChatWindow window(id, shell.windows);
         showActive(window);
-        whenOverlayShows([](SelectionOverlay* overlay) { dragAndLook(overlay, {}); });
+        whenOverlayShows([](SelectionOverlay* overlay) {
+            dragAndLook(overlay, QStringLiteral("capture-overlay-over-chat.png"));
+        });
         screenshotButton(window)->click();
         QCOMPARE(chat.state().imageURLs.size(), size_t(1));
         const auto path = pathFromFileUrl(chat.state().imageURLs.front());
