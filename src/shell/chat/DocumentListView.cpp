@@ -10,8 +10,11 @@
 #include <QScrollArea>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <filesystem>
 
+#include "SimilaritySearchKit/DistilbertEmbeddings.h"
 #include "SimilaritySearchKit/EmbeddingModelType.h"
+#include "platform/AppPaths.h"
 #include "platform/FileUrl.h"
 
 namespace folvane {
@@ -39,6 +42,13 @@ DocumentListView::DocumentListView(ChatDetailRef chat, QWidget* parent)
         return QFileDialog::getOpenFileName(owner, QStringLiteral("Locate..."),
                                             QFileInfo(oldPath).absolutePath(),
                                             QStringLiteral("PDF documents (*.pdf)"));
+    };
+    localModelCheck_ = [] {
+        const std::filesystem::path models =
+            std::filesystem::path(AppPaths::standard().dataDirectory) / "models";
+        std::error_code error;
+        return std::filesystem::is_regular_file(models / DistilbertEmbeddings::weightsFileName,
+                                                error);
     };
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -141,10 +151,15 @@ QWidget* DocumentListView::makeRow(const DocumentInfo& document, const Snapshot&
             });
     // Offered once the weights are downloaded, for a document whose rows another
     // model made (the lexical one, or a remote one).
-    if (snapshot.localModelInstalled && !document.embeddingModel.empty() &&
+    if (!document.embeddingModel.empty() &&
         document.embeddingModel != rawValue(EmbeddingModelType::distilbert)) {
-        connect(menu->addAction(QStringLiteral("Re-embed with Local Model")), &QAction::triggered,
-                this, [this, id] { chat_.trigger(chat_input::ReembedWithLocalModel{id}); });
+        auto* reembed = menu->addAction(QStringLiteral("Re-embed with Local Model"));
+        auto installed = [this] { return chat_.state().localModelInstalled || localModelCheck_(); };
+        reembed->setVisible(snapshot.localModelInstalled || localModelCheck_());
+        connect(menu, &QMenu::aboutToShow, reembed,
+                [reembed, installed] { reembed->setVisible(installed()); });
+        connect(reembed, &QAction::triggered, this,
+                [this, id] { chat_.trigger(chat_input::ReembedWithLocalModel{id}); });
     }
     // The chat's first document is the chat itself: it is not taken out.
     auto* remove = menu->addAction(QStringLiteral("Remove from Chat"));

@@ -31,6 +31,11 @@ class DocumentListView final : public QWidget {
     explicit DocumentListView(ChatDetailRef chat, QWidget* parent = nullptr);
 
     void setLocateFile(LocateFile locate) { locateFile_ = std::move(locate); }
+    // Whether the local model's weights are on disk now; asked each time a
+    // document's menu opens, so that a download made in the settings while
+    // the chat is open shows at once. By default the data folder's models/.
+    using LocalModelCheck = std::function<bool()>;
+    void setLocalModelCheck(LocalModelCheck check) { localModelCheck_ = std::move(check); }
 
   signals:
     // A click on a document's row: the viewer shows that document.
@@ -64,6 +69,7 @@ class DocumentListView final : public QWidget {
     int progressAtStart_ = 0;
     int pagesAtStart_ = 0;
     LocateFile locateFile_;
+    LocalModelCheck localModelCheck_;
     Subscription subscription_;
 };
 

@@ -30,7 +30,7 @@ QAction* action(DocumentListView& view, const QString& file, const QString& text
     for (auto* button : view.findChildren<QToolButton*>()) {
         if (button->isHidden() || button->accessibleName() != "Actions for " + file) continue;
         for (auto* candidate : button->menu()->actions())
-            if (candidate->text() == text) return candidate;
+            if (candidate->text() == text && candidate->isVisible()) return candidate;
     }
     return nullptr;
 }
@@ -91,9 +91,22 @@ class DocumentListViewTest : public QObject {
                 document(4, "/docs/new.pdf", IndexingState::indexing)};
         });
         DocumentListView view(chat.ref);
+        bool downloaded = false;
+        view.setLocalModelCheck([&] { return downloaded; });
         const QString entry = QStringLiteral("Re-embed with Local Model");
         QVERIFY(!action(view, "lexical.pdf", entry));
 
+        // A download while the chat is open shows when the menu opens next.
+        downloaded = true;
+        QToolButton* lexicalActions = nullptr;
+        for (auto* button : view.findChildren<QToolButton*>())
+            if (button->accessibleName() == "Actions for lexical.pdf") lexicalActions = button;
+        QVERIFY(lexicalActions);
+        emit lexicalActions->menu()->aboutToShow();
+        QVERIFY(action(view, "lexical.pdf", entry));
+        downloaded = false;
+
+        // The indexer's state says so too, and rows are made anew with it.
         chat.chat->change([](ChatDetailState& s) { s.localModelInstalled = true; });
         QVERIFY(action(view, "lexical.pdf", entry));
         QVERIFY(action(view, "remote.pdf", entry));
