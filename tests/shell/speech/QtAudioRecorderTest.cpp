@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 
+#include "platform/PocketsphinxRecognizer.h"
 #include "shell/speech/QtAudioRecorder.h"
 #include "speech/PulseAudioServer.h"
 #include "support/TempDir.h"
@@ -142,6 +143,17 @@ class QtAudioRecorderTest : public QObject {
         QVERIFY2(wav->samples.size() > 2 * 16000 * 2,
                  qPrintable(QString::number(wav->samples.size())));
         QVERIFY2(loudness(wav->samples) > 300, qPrintable(QString::number(loudness(wav->samples))));
+
+        // What the on-device recogniser makes of it: the clip's words (at
+        // least most of them: the sound went through the sound server twice).
+        PocketsphinxRecognizer recognizer;
+        const QString heard = QString::fromStdString(recognizer.recognize(path.toStdString()));
+        qInfo("Heard: %s", qPrintable(heard));
+        int found = 0;
+        const QStringList words = spoken.split(QLatin1Char(' '));
+        for (const QString& word : words)
+            if (heard.contains(word, Qt::CaseInsensitive)) ++found;
+        QVERIFY2(found * 4 >= words.size() * 3, qPrintable(heard));
     }
 
     void aFileThatCannotBeWrittenFailsBeforeRecording() {
