@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "store/SettingDescriptor.h"
 #include "support/CliUser.h"
 #include "support/ReadOnlyPath.h"
 
@@ -36,7 +37,9 @@ TEST_F(SettingsCommandTest, ListShowsEverySettingOnceAsJson) {
     EXPECT_THAT(result.out, HasSubstr("codeColorSchemeDark = \"github-dark\"\n"));
     EXPECT_THAT(result.out, HasSubstr("openAICustomHost = \"\"\n"));
     EXPECT_THAT(result.out, HasSubstr("usageEventsCollector = \"\"\n"));
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 56);
+    EXPECT_THAT(result.out, HasSubstr("onDeviceSpeech = false\n"));
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'),
+              static_cast<long>(settingCount));
 }
 
 TEST_F(SettingsCommandTest, SetParsesByTypeAndGetPrintsThePlainValue) {
