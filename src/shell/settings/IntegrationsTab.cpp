@@ -146,6 +146,12 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, GlobalShortcut* sh
     layout->addStretch();
 }
 
+IntegrationsTab::~IntegrationsTab() {
+    // The recorder, losing the focus as the widgets go, ends its recording:
+    // by then nothing here may store it.
+    recorder_->disconnect(this);
+}
+
 void IntegrationsTab::record(const QKeySequence& key) {
     const bool refused = !key.isEmpty() && !isShortcutKey(key[0]);
     refused_->setVisible(refused);

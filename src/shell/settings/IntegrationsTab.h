@@ -19,6 +19,7 @@ class IntegrationsTab final : public SettingsPage {
     // shortcut: whose state the tab shows; none shows no state.
     explicit IntegrationsTab(AppPreferences& preferences, GlobalShortcut* shortcut = nullptr,
                              QWidget* parent = nullptr);
+    ~IntegrationsTab() override;
 
   private:
     void record(const QKeySequence& key);
