@@ -54,7 +54,7 @@ std::optional<std::string> grownText(const nlohmann::ordered_json& before,
 }
 
 // The reading-aloud actions of a message's row: "Speak" (or "Stop Speak"
-// while it plays, marked busy while its speech downloads) first, and "Save
+// while it plays, marked busy while its speech downloads) after copying, and "Save
 // Speech..." once it has a speech file.
 void addSpeechActions(nlohmann::ordered_json& row, const ChatDetailState& state,
                       const Message& message) {
@@ -64,7 +64,7 @@ void addSpeechActions(nlohmann::ordered_json& row, const ChatDetailState& state,
     const char* speak = playing ? "Stop Speak" : "Speak";
     nlohmann::ordered_json action = {{"action", "speak"}, {"help", speak}, {"title", speak}};
     if (playing && state.downloadingSpeech) action["busy"] = true;
-    actions.insert(actions.begin(), std::move(action));
+    actions.insert(actions.empty() ? actions.end() : actions.begin() + 1, std::move(action));
     if (message.speechFileURL && !message.speechFileURL->empty()) {
         actions.push_back({{"action", "saveSpeech"},
                            {"help", "Save speech to File"},

@@ -78,8 +78,10 @@ class SpeakActionsTest : public QObject {
     void eachMessageSpeaksAndStops() {
         Transcript t;
         QTRY_VERIFY_WITH_TIMEOUT(
-            t.buttons(QStringLiteral("2")).startsWith(QStringLiteral("Speak|")), 20000);
-        QVERIFY(t.buttons(QStringLiteral("1")).startsWith(QStringLiteral("Speak|")));
+            t.buttons(QStringLiteral("2")).startsWith(QStringLiteral("Copy to clipboard|Speak|")),
+            20000);
+        QVERIFY(
+            t.buttons(QStringLiteral("1")).startsWith(QStringLiteral("Copy to clipboard|Speak|")));
 
         // Without a key (and without on-device speech): the alert, no input.
         t.view.runAction(QStringLiteral("speak"), QStringLiteral("2"), -1);
@@ -99,8 +101,10 @@ class SpeakActionsTest : public QObject {
             s.playingMessageID = 2;
             s.downloadingSpeech = true;
         });
-        QTRY_VERIFY(t.buttons(QStringLiteral("2")).startsWith(QStringLiteral("Stop Speak*|")));
-        QVERIFY(t.buttons(QStringLiteral("1")).startsWith(QStringLiteral("Speak|")));
+        QTRY_VERIFY(t.buttons(QStringLiteral("2"))
+                        .startsWith(QStringLiteral("Copy to clipboard|Stop Speak*|")));
+        QVERIFY(
+            t.buttons(QStringLiteral("1")).startsWith(QStringLiteral("Copy to clipboard|Speak|")));
         // The action bar shows on hover and focus: the row is focused for the picture.
         t.eval(QStringLiteral("document.querySelector('[data-key=\"2\"]').focus()"));
         QTest::qWait(300);
@@ -108,7 +112,8 @@ class SpeakActionsTest : public QObject {
         QVERIFY(QDir().mkpath(folder));
         QVERIFY(t.view.grab().save(folder + "/speech-transcript-downloading.png"));
         t.chat->set([](ChatDetailState& s) { s.downloadingSpeech = false; });
-        QTRY_VERIFY(t.buttons(QStringLiteral("2")).startsWith(QStringLiteral("Stop Speak|")));
+        QTRY_VERIFY(t.buttons(QStringLiteral("2"))
+                        .startsWith(QStringLiteral("Copy to clipboard|Stop Speak|")));
 
         t.view.runAction(QStringLiteral("speak"), QStringLiteral("2"), -1);
         QCOMPARE(t.chat->inputs.size(), size_t(2));
