@@ -22,7 +22,9 @@ struct SpeechServices {
     // Reads text aloud on this machine (the setting onDeviceSpeech); empty:
     // on-device reading fails with its reason.
     SynthesizerFactory makeSynthesizer;
-    // Transcribes a WAV recording on this machine (onDeviceSpeech); empty:
+    // Transcribes a WAV recording on this machine: a Recording made with
+    // onDevice (the window makes it so when onDeviceSpeech is on). Called on
+    // the transcription's task, away from the main thread. Empty:
     // AppCore::setSpeech fills in the pocketsphinx recogniser.
     RecognizerFactory makeRecognizer;
     // Where "sound-start.mp3" and "sound-stop.mp3" are; a missing file is
