@@ -7,7 +7,9 @@
 #include <optional>
 
 #include "platform/PocketsphinxRecognizer.h"
+#include "shell/speech/QtAudioPlayer.h"
 #include "shell/speech/QtAudioRecorder.h"
+#include "shell/speech/QtSpeechSynthesizer.h"
 #include "speech/PulseAudioServer.h"
 #include "support/TempDir.h"
 
@@ -65,7 +67,7 @@ double loudness(const QByteArray& samples) {
 
 }  // namespace
 
-class QtAudioRecorderTest : public QObject {
+class SpeechDevicesTest : public QObject {
     Q_OBJECT
   private:
     test::PulseAudioServer pulse_;
@@ -156,6 +158,40 @@ class QtAudioRecorderTest : public QObject {
         QVERIFY2(found * 4 >= words.size() * 3, qPrintable(heard));
     }
 
+    void thePlayerPlaysToTheEndOrSaysWhy() {
+        QtAudioPlayer player;
+        int finished = 0;
+        QStringList failures;
+        player.finished = [&] { ++finished; };
+        player.failed = [&](const std::string& text) { failures << QString::fromStdString(text); };
+        // The dictation's own start sound, as the build tree has it.
+        player.play(test::resourceDir() + "/sounds/sound-start.mp3", 1.0f);
+        QTRY_COMPARE_WITH_TIMEOUT(finished, 1, 10000);
+        QVERIFY(failures.isEmpty());
+
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, player.play(dir_ / "none.mp3", 1.0f));
+        const std::string garbage = dir_ / "garbage.mp3";
+        test::writeFile(garbage, std::string(4096, '\x5a'));
+        player.play(garbage, 1.0f);
+        QTRY_VERIFY_WITH_TIMEOUT(!failures.isEmpty(), 10000);
+        QCOMPARE(finished, 1);
+    }
+
+    void theOnDeviceVoiceReadsAloudToTheEnd() {
+        QtSpeechSynthesizer voice;
+        QCOMPARE(voice.engine(), QStringLiteral("flite"));
+        int finished = 0;
+        voice.finished = [&] { ++finished; };
+        voice.say("Reading aloud.");
+        QTRY_COMPARE_WITH_TIMEOUT(finished, 1, 15000);
+        // Stopped half way: no end is reported.
+        voice.say("A longer sentence that is stopped before it ends, and so it never finishes.");
+        QTRY_VERIFY_WITH_TIMEOUT(voice.isSpeaking(), 5000);
+        voice.stop();
+        QTest::qWait(500);
+        QCOMPARE(finished, 1);
+    }
+
     void aFileThatCannotBeWrittenFailsBeforeRecording() {
         QtAudioRecorder recorder;
         QVERIFY_THROWS_EXCEPTION(
@@ -164,5 +200,5 @@ class QtAudioRecorderTest : public QObject {
     }
 };
 
-QTEST_MAIN(QtAudioRecorderTest)
-#include "QtAudioRecorderTest.moc"
+QTEST_MAIN(SpeechDevicesTest)
+#include "SpeechDevicesTest.moc"
