@@ -3,6 +3,7 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QKeySequenceEdit>
 #include <QLabel>
 #include <QLineEdit>
@@ -103,6 +104,14 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, GlobalShortcut* sh
     recorder_->setObjectName(QStringLiteral("openWithFolvane"));
     recorder_->setAccessibleName(QStringLiteral("Shortcut"));
     recorder_->setToolTip(QStringLiteral("Click, then press the keys of the shortcut."));
+    // The recorder types into a line edit of its own, which a screen reader
+    // reaches; Tab and Shift+Tab leave it, as from any field, instead of being
+    // recorded.
+    recorder_->installEventFilter(this);
+    for (auto* field : recorder_->findChildren<QLineEdit*>()) {
+        field->setAccessibleName(QStringLiteral("Shortcut"));
+        field->installEventFilter(this);
+    }
     auto* clear = new QPushButton(QStringLiteral("Clear"), row);
     clear->setAccessibleName(QStringLiteral("Clear"));
     recorderRow->addWidget(recorder_, 1);
@@ -150,6 +159,19 @@ IntegrationsTab::~IntegrationsTab() {
     // The recorder, losing the focus as the widgets go, ends its recording:
     // by then nothing here may store it.
     recorder_->disconnect(this);
+}
+
+bool IntegrationsTab::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        const bool plain = (key->modifiers() & ~Qt::ShiftModifier) == Qt::NoModifier;
+        if (plain && (key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab)) {
+            focusNextPrevChild(key->key() == Qt::Key_Tab &&
+                               !(key->modifiers() & Qt::ShiftModifier));
+            return true;
+        }
+    }
+    return SettingsPage::eventFilter(watched, event);
 }
 
 void IntegrationsTab::record(const QKeySequence& key) {

@@ -21,6 +21,9 @@ class IntegrationsTab final : public SettingsPage {
                              QWidget* parent = nullptr);
     ~IntegrationsTab() override;
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     void record(const QKeySequence& key);
     void showStatus();

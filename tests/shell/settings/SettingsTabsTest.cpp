@@ -1,6 +1,7 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QKeySequenceEdit>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -77,10 +78,13 @@ void answerNextBox(const QString& button, QString* text = nullptr) {
 // What the user works: a spin box's own line edit and the scroll bars are
 // parts of other controls.
 bool isControl(QWidget* widget) {
+    // A spin box's and a key recorder's line edits are parts of them.
     if (qobject_cast<QAbstractSpinBox*>(widget->parentWidget()) ||
+        qobject_cast<QKeySequenceEdit*>(widget->parentWidget()) ||
         qobject_cast<QScrollBar*>(widget))
         return false;
     return qobject_cast<QAbstractButton*>(widget) || qobject_cast<QComboBox*>(widget) ||
+           qobject_cast<QKeySequenceEdit*>(widget) ||
            qobject_cast<QAbstractSpinBox*>(widget) || qobject_cast<QAbstractSlider*>(widget) ||
            qobject_cast<QLineEdit*>(widget) || qobject_cast<QAbstractScrollArea*>(widget);
 }
