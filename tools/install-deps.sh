@@ -36,7 +36,7 @@ packages=(
     # plugins-bad and libav), PulseAudio with its null sink for the headless
     # tests, on-device recognition (pocketsphinx) and speech (flite), and
     # flite's command for the test clips
-    qt6-multimedia-dev gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
+    qt6-multimedia-dev libgstreamer1.0-dev gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
     gstreamer1.0-pulseaudio pulseaudio pulseaudio-utils
     libpocketsphinx-dev pocketsphinx-en-us qt6-speech-dev qt6-speech-flite-plugin flite
     # the browser's tab: Firefox's session file (LZ4), the X11 key grab and
