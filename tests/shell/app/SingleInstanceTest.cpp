@@ -53,6 +53,16 @@ class SingleInstanceTest : public QObject {
         QVERIFY(withNone.get());
         QTRY_COMPARE(welcome.count(), 1);
         QCOMPARE(files.count(), 1);
+
+        // `folvane --activate`: the global shortcut's request, and nothing else.
+        QSignalSpy activation(&running, &SingleInstance::activationRequested);
+        auto activate = std::async(
+            std::launch::async, [socket] { return SingleInstance(socket).handOverActivation(); });
+        QTRY_VERIFY(finished(activate));
+        QVERIFY(activate.get());
+        QTRY_COMPARE(activation.count(), 1);
+        QCOMPARE(welcome.count(), 1);
+        QCOMPARE(files.count(), 1);
     }
 
     void withNoneRunningTheLaunchStartsEvenOverADeadOnesSocket() {
