@@ -211,7 +211,9 @@ void BrowserTabOpener::fail(const BrowserTabError& error) {
 void BrowserTabOpener::start(const std::optional<FrontmostWindow>& window,
                              std::optional<std::filesystem::path> profile) {
     try {
-        startTask(browserOf(window), window->title, std::move(profile));
+        // The browser first: with no window, the title is not there to read.
+        SupportedBrowser browser = browserOf(window);
+        startTask(std::move(browser), window->title, std::move(profile));
     } catch (const BrowserTabError& error) {
         fail(error);
     }
