@@ -83,7 +83,11 @@ bool XcbKeyGrab::matches(const xcb_generic_event_t* event, uint8_t type) const {
 }
 
 bool XcbKeyGrab::isRelease(const xcb_generic_event_t* event) const {
-    return matches(event, XCB_KEY_RELEASE);
+    // The modifiers are often let go before the key: the release of the key
+    // after a press of the chord counts, whatever is still held.
+    if (keycode_ == 0 || event == nullptr || (event->response_type & 0x7f) != XCB_KEY_RELEASE)
+        return false;
+    return reinterpret_cast<const xcb_key_release_event_t*>(event)->detail == keycode_;
 }
 
 bool XcbKeyGrab::isPress(const xcb_generic_event_t* event) const {

@@ -33,9 +33,10 @@ class XcbKeyGrab {
     Result grab(uint32_t keysym, uint16_t modifiers);
     void release();
 
-    // Whether an event read from the connection is the grabbed key let go.
-    bool isRelease(const xcb_generic_event_t* event) const;
+    // Whether an event read from the connection is the grabbed chord pressed,
+    // or the grabbed key let go (with or without its modifiers still held).
     bool isPress(const xcb_generic_event_t* event) const;
+    bool isRelease(const xcb_generic_event_t* event) const;
 
   private:
     bool matches(const xcb_generic_event_t* event, uint8_t type) const;

@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <map>
 
+#include "platform/Log.h"
 #include "platform/XcbKeyGrab.h"
 #include "store/AppPreferences.h"
 
@@ -75,6 +76,11 @@ void GlobalShortcut::follow() {
     followed_ = true;
     key_ = key;
     status_ = registrar_(key);
+    if (!key.isEmpty()) {
+        static const char* const names[] = {"none", "registered", "taken", "unavailable"};
+        log("GlobalShortcut: " + key.toString(QKeySequence::PortableText).toStdString() + " " +
+            names[int(status_)]);
+    }
     emit statusChanged();
 }
 
