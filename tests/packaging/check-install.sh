@@ -99,6 +99,15 @@ if tokens=$(printf 'hello world' | "$prefix/bin/folvane-cli" tokens 2>&1); then
 else
     fail "installed folvane-cli tokens: $tokens"
 fi
+# The window's program answers --version without a display, and the sounds
+# of dictation are installed where the core looks for them.
+version=$(env -u DISPLAY -u WAYLAND_DISPLAY "$prefix/bin/folvane" --version 2>&1) ||
+    fail "installed folvane --version: $version"
+[[ "$version" == "folvane "[0-9]* ]] || fail "folvane --version printed: $version"
+for sound in sound-start.mp3 sound-stop.mp3; do
+    found=$(find "$prefix/share" -name "$sound" | head -1)
+    [ -n "$found" ] || fail "$sound is not installed"
+done
 
 if [ "$failures" -gt 0 ]; then
     echo "$failures packaging check(s) failed" >&2

@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <QUrl>
 #include <cstdio>
+#include <string_view>
 #include <thread>
 
 #include "conversation/AppCore.h"
@@ -27,8 +28,8 @@
 #include "shell/speech/QtAudioDevices.h"
 #include "shell/speech/QtSpeechSynthesizer.h"
 #include "shell/start/StartWindow.h"
-#include "store/AppPreferences.h"
 #include "speech/SpeechServices.h"
+#include "store/AppPreferences.h"
 #include "store/FatalError.h"
 
 namespace {
@@ -70,9 +71,28 @@ std::jthread fetchOpenRouterCatalogue(folvane::AppCore& core) {
     });
 }
 
+constexpr const char* usage =
+    "Usage: folvane [FILE.pdf...] [--welcome] [--activate]\n"
+    "  FILE.pdf...  open the files as a new chat (in the running Folvane, if any)\n"
+    "  --welcome    show the start window\n"
+    "  --activate   open the PDF of the browser's tab in front, as the global shortcut does\n"
+    "  --version    print the version\n";
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Answered before the window system is touched: these work without a display.
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--version") {
+            std::printf("folvane %s\n", FOLVANE_VERSION);
+            return 0;
+        }
+        if (argument == "--help" || argument == "-h") {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+    }
     // Chromium's sandbox refuses to start as root; the transcript's page runs
     // no script of the model's, so the renderer goes without it there.
     if (geteuid() == 0) qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
@@ -84,6 +104,7 @@ int main(int argc, char** argv) {
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Folvane"));
+    QApplication::setApplicationVersion(QStringLiteral(FOLVANE_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("co.tessavel.Folvane"));
     // Closing the last window leaves the application running; it ends by Quit.
     QApplication::setQuitOnLastWindowClosed(false);
