@@ -125,7 +125,7 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, GlobalShortcut* sh
     refused_->setVisible(false);
     browsersLayout->addWidget(refused_);
     taken_ = new QLabel(QStringLiteral("Another program already uses this shortcut. Choose "
-                                       "another, or bind `folvane --activate` in your desktop's "
+                                       "another, or bind \"folvane --activate\" in your desktop's "
                                        "keyboard settings."),
                         browsers);
     taken_->setObjectName(QStringLiteral("shortcut-taken"));
@@ -134,7 +134,7 @@ IntegrationsTab::IntegrationsTab(AppPreferences& preferences, GlobalShortcut* sh
     taken_->setVisible(false);
     browsersLayout->addWidget(taken_);
     unavailable_ = makeHelp(QStringLiteral("This desktop does not let Folvane listen for a key "
-                                           "itself: bind `folvane --activate` in your desktop's "
+                                           "itself: bind \"folvane --activate\" in your desktop's "
                                            "keyboard settings."),
                             recorder_, browsers);
     unavailable_->setVisible(false);

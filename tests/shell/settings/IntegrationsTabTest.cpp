@@ -88,7 +88,7 @@ class IntegrationsTabTest : public QObject {
         QLabel* line = t.takenLine();
         QVERIFY(line->isVisible());
         QCOMPARE(line->text(), QStringLiteral("Another program already uses this shortcut. Choose "
-                                              "another, or bind `folvane --activate` in your "
+                                              "another, or bind \"folvane --activate\" in your "
                                               "desktop's keyboard settings."));
         const QString folder = QCoreApplication::applicationDirPath() + "/../screenshots";
         QDir().mkpath(folder);
