@@ -20,6 +20,7 @@
 #include "conversation/CustomModelListViewModel.h"
 #include "platform/FileUrl.h"
 #include "providers/ModelNames.h"
+#include "shell/app/DrawnIcons.h"
 #include "shell/app/WindowManager.h"
 #include "shell/capture/DesktopScreenCapture.h"
 #include "shell/chat/ChatConfigPanel.h"
@@ -163,9 +164,9 @@ void ChatWindow::build() {
         dialog->activateWindow();
     });
     auto* screenshot = toolbar->addAction(
-        QIcon::fromTheme(QStringLiteral("applets-screenshooter"),
-                         QIcon::fromTheme(QStringLiteral("camera-photo"),
-                                          style()->standardIcon(QStyle::SP_DesktopIcon))),
+        QIcon::fromTheme(
+            QStringLiteral("applets-screenshooter"),
+            QIcon::fromTheme(QStringLiteral("camera-photo"), drawn_icons::viewfinder(*this))),
         QStringLiteral("Ask about a screenshot"));
     screenshot->setObjectName(QStringLiteral("askAboutScreenshot"));
     screenshot->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));

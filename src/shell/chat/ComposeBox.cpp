@@ -17,6 +17,7 @@
 
 #include "platform/FileUrl.h"
 #include "providers/ModelNames.h"
+#include "shell/app/DrawnIcons.h"
 #include "shell/prompts/PromptLibraryButton.h"
 #include "shell/prompts/PromptMime.h"
 #include "speech/Recording.h"
@@ -331,11 +332,10 @@ void ComposeBox::renderButtons() {
     const bool recording = recording_ != nullptr;
     recordButton_->setVisible(empty || recording);
     recordButton_->setChecked(recording);
-    recordButton_->setIcon(recording
-                               ? QIcon::fromTheme(QStringLiteral("media-playback-stop"),
-                                                  style()->standardIcon(QStyle::SP_MediaStop))
-                               : QIcon::fromTheme(QStringLiteral("audio-input-microphone"),
-                                                  style()->standardIcon(QStyle::SP_MediaVolume)));
+    recordButton_->setIcon(recording ? QIcon::fromTheme(QStringLiteral("media-playback-stop"),
+                                                        style()->standardIcon(QStyle::SP_MediaStop))
+                                     : QIcon::fromTheme(QStringLiteral("audio-input-microphone"),
+                                                        drawn_icons::microphone(*this)));
     sendButton_->setVisible(!empty && !busy);
     stopButton_->setVisible(!empty && busy);
     enterToSend_->setVisible(!empty);
