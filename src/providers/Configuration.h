@@ -23,8 +23,9 @@ struct Configuration {
     APIPathConfiguration apiPath;
 
     // "https://" and the host (which may carry a port), or the OpenAI public
-    // endpoint when that does not parse as a URL; no custom headers, default
-    // paths.
+    // endpoint when that does not parse as a URL; a host that names its scheme
+    // ("https://", or "http://" on the loopback) as it stands. No custom
+    // headers, default paths.
     static Configuration forHost(std::string token,
                                  std::optional<std::string> organizationIdentifier,
                                  const std::string& host, double timeoutInterval);

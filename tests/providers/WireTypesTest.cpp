@@ -230,6 +230,14 @@ TEST(WireTypesTest, ConfigurationForHost) {
         {"localhost:8080", "https://localhost:8080"},
         {"my host", "https://api.openai.com"},
         {"h\xC3\xA9st", "https://api.openai.com"},
+        {"https://api.example.com", "https://api.example.com"},
+        {"http://127.0.0.1:8080", "http://127.0.0.1:8080"},
+        {"http://localhost", "http://localhost"},
+        {"http://[::1]:9000", "http://[::1]:9000"},
+        // Plain HTTP elsewhere would carry the key in clear.
+        {"http://api.example.com", "https://api.openai.com"},
+        {"http://localhost.example.com", "https://api.openai.com"},
+        {"http://127.0.0.10:80", "https://api.openai.com"},
     };
     for (const auto& [host, baseURL] : cases) {
         auto configuration = Configuration::forHost("test-key", "org-1", host, 60);
