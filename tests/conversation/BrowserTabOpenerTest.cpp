@@ -194,7 +194,8 @@ TEST_F(BrowserTabOpenerTest, onlyFirefoxAndChromiumWindowsAreBrowsers) {
 TEST_F(BrowserTabOpenerTest, chromiumTellsItsTabThroughTheDevToolsPort) {
     test::LoopbackServer devTools;
     const std::string paper = server.baseURL() + "/paper.pdf";
-    devTools.setHandler([&paper](const test::RecordedRequest&, httplib::Response& response) {
+    // By value: the server thread may still answer while the test's locals go.
+    devTools.setHandler([paper](const test::RecordedRequest&, httplib::Response& response) {
         response.set_content(R"([{"type":"page","url":")" + paper + R"("}])", "application/json");
     });
     const std::string port = devTools.baseURL().substr(devTools.baseURL().rfind(':') + 1);
